@@ -1,0 +1,99 @@
+#include "platform/snmp/Conversions.h"
+
+#include "platform/zim/Clock.h"
+
+#include <net-snmp/net-snmp-config.h>
+#include <net-snmp/net-snmp-includes.h>
+
+#include <cmath>
+#include <cstring>
+
+namespace Snmp {
+
+namespace {
+
+template <class T>
+int writeNative(T value, unsigned char* buf, int capacity) {
+    if (capacity < static_cast<int>(sizeof value)) return -1;
+    std::memcpy(buf, &value, sizeof value);
+    return sizeof value;
+}
+
+double& startTime() {
+    static double start = Zim::now();
+    return start;
+}
+
+}  // namespace
+
+int S32ToAsnIntegerF(int32_t value, unsigned char* buf, int capacity) {
+    return writeNative(value, buf, capacity);
+}
+
+int U32ToAsnUnsignedF(uint32_t value, unsigned char* buf, int capacity) {
+    return writeNative(value, buf, capacity);
+}
+
+int BoolToAsnIntegerF(bool value, unsigned char* buf, int capacity) {
+    return writeNative<int32_t>(value ? 1 : 2, buf, capacity);
+}
+
+int StringToAsnOctetStringF(const Zim::String8& value, unsigned char* buf, int capacity) {
+    if (capacity < 0 || value.size() > static_cast<size_t>(capacity)) return -1;
+    std::memcpy(buf, value.data(), value.size());
+    return static_cast<int>(value.size());
+}
+
+int StringToAsnOidF(const Zim::String8& dotted, unsigned char* buf, int capacity) {
+    std::string_view text = dotted.view();
+    if (!text.empty() && text.front() == '.') text.remove_prefix(1);
+    if (text.empty()) text = "0.0";
+    const size_t maxSubIds = static_cast<size_t>(capacity) / sizeof(oid);
+    size_t count = 0;
+    while (true) {
+        if (count >= maxSubIds || count >= MAX_OID_LEN) return -1;
+        size_t digits = 0;
+        unsigned long long value = 0;
+        while (digits < text.size() && text[digits] >= '0' && text[digits] <= '9') {
+            value = value * 10 + static_cast<unsigned>(text[digits] - '0');
+            if (value > 0xffffffffULL) return -1;
+            ++digits;
+        }
+        if (digits == 0) return -1;
+        oid sub = static_cast<oid>(value);
+        std::memcpy(buf + count * sizeof(oid), &sub, sizeof sub);
+        ++count;
+        text.remove_prefix(digits);
+        if (text.empty()) break;
+        if (text.front() != '.') return -1;
+        text.remove_prefix(1);
+    }
+    if (count < 2) return -1;
+    return static_cast<int>(count * sizeof(oid));
+}
+
+int NowSecondsToUptimeTimeTicksF(double seconds, unsigned char* buf, int capacity) {
+    return writeNative<uint32_t>(SecondsToTimeTicks(NowSecondsToUptimeSeconds(seconds)), buf,
+                                 capacity);
+}
+
+int32_t AsnIntegerToS32(const variable_list* var) {
+    if (!var || !var->val.integer) return 0;
+    return static_cast<int32_t>(static_cast<uint32_t>(*var->val.integer));
+}
+
+double NowSecondsToUptimeSeconds(double seconds) {
+    double uptime = seconds - startTime();
+    return uptime > 0.0 ? uptime : 0.0;
+}
+
+uint32_t SecondsToTimeTicks(double seconds) {
+    if (!(seconds > 0.0)) return 0;
+    return static_cast<uint32_t>(static_cast<uint64_t>(std::floor(seconds * 100.0)));
+}
+
+void agentStartTimeIs(double seconds) { startTime() = seconds; }
+
+double agentStartTime() { return startTime(); }
+
+}  // namespace Snmp

@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and runs lldp-snmpd in the foreground on the bundled
+# example state, answering SNMP on udp 127.0.0.1:1161. Stop it with Ctrl-C.
+set -euo pipefail
+
+repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$repo"
+
+bash scripts/install-deps.sh
+bash scripts/build.sh
+
+if [[ ! -x build/lldp-snmpd ]]; then
+    echo "lldp-snmpd is not built yet; the library and tests were built"
+    exit 0
+fi
+
+for f in examples/switch.json examples/lldp-snmpd.conf; do
+    if [[ ! -f "$f" ]]; then
+        echo "run: $f is missing; cannot start the example agent" >&2
+        exit 1
+    fi
+done
+
+mibs="$repo/../shared/mibs"
+echo
+echo "Try in another terminal:"
+if [[ -d "$mibs" ]]; then
+    mibs=$(cd "$mibs" && pwd)
+    echo "  snmpwalk -v2c -c public -M +$mibs -m ALL 127.0.0.1:1161 1.0.8802.1.1.2"
+else
+    echo "  snmpwalk -v2c -c public -On 127.0.0.1:1161 1.0.8802.1.1.2"
+fi
+echo
+
+exec build/lldp-snmpd --listen udp:127.0.0.1:1161 \
+    --state examples/switch.json --config examples/lldp-snmpd.conf
