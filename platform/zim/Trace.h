@@ -54,3 +54,14 @@ private:
             zimTraceHandle_.trace(level, zimTraceOs_.str(), __FILE__, __LINE__, __func__); \
         }                                                                                 \
     } while (0)
+
+// The same, for shared code that traces on behalf of a unit: the line carries that unit's name.
+#define ZTRACE_FROM(handle, unit, level, expr)                                            \
+    do {                                                                                  \
+        const ::Zim::TraceHandle& zimTraceHandle_ = (handle);                             \
+        if (zimTraceHandle_.enabled(level)) {                                             \
+            std::ostringstream zimTraceOs_;                                               \
+            zimTraceOs_ << expr;                                                          \
+            zimTraceHandle_.trace(level, zimTraceOs_.str(), (unit), __LINE__, __func__);  \
+        }                                                                                 \
+    } while (0)

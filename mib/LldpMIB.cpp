@@ -1,0 +1,646 @@
+// LLDP-MIB: the sixteen scalars, the ten tables, module registration per context, and the
+// lldpRemTablesChange notification.
+#include "mib/LldpMIB.h"
+
+#include "mib/Module.h"
+#include "mib/TableFrame.h"
+#include "model/LldpLogCatalogue.h"
+#include "platform/snmp/HandlerRegistration.h"
+#include "platform/snmp/TrapManager.h"
+
+#include <iostream>
+
+using LldpMibFrame::ColumnAnswer;
+using LldpMibFrame::HintValues;
+using LldpMibFrame::IndexObject;
+using LldpMibFrame::IndexWriter;
+using LldpMibFrame::agentOrDefault;
+using LldpMibFrame::portFromHint;
+using Lldp::Snmp::Root;
+
+namespace {
+
+LldpMibFrame::Module& lldpMibModule() {
+    static LldpMibFrame::Module lldpMib("LldpMIB");
+    return lldpMib;
+}
+
+const Zim::TraceHandle& _defaultTraceHandle() { return lldpMibModule().trace(); }
+
+#define TRACE(level, expr) ZTRACE(_defaultTraceHandle(), level, expr)
+
+// ---------------------------------------------------------------------------------------------
+// Scalars: each reads one attribute of one agent entity at request time and converts it.
+
+enum class Holder { config, status, localSystem };
+
+struct Scalar {
+    const char* name;
+    oid suffix[3];  // below 1.0.8802.1.1.2.1
+    Holder holder;
+    const char* attribute;
+    const char* conversion;
+    u_char asnType;
+    int mode;
+    int minLength;  // octet strings only; -1 for the others
+    int maxLength;
+    int (*read)(const Zim::Entity& entity, unsigned char* buffer, int capacity);
+};
+
+const char* pathOf(Holder holder) {
+    switch (holder) {
+    case Holder::config: return "Statestore/l2discovery/lldp/config";
+    case Holder::status: return "Statestore/l2discovery/lldp/status/all";
+    case Holder::localSystem: return "Statestore/l2discovery/lldp/localSystem";
+    }
+    return "";
+}
+
+const char* typeOf(Holder holder) {
+    switch (holder) {
+    case Holder::config: return "Lldp::Config";
+    case Holder::status: return "Lldp::AllStatus";
+    case Holder::localSystem: return "Lldp::LocalSystem";
+    }
+    return "";
+}
+
+bool isOfType(Holder holder, const Zim::Entity& entity) {
+    switch (holder) {
+    case Holder::config: return dynamic_cast<const Lldp::Config*>(&entity) != nullptr;
+    case Holder::status: return dynamic_cast<const Lldp::AllStatus*>(&entity) != nullptr;
+    case Holder::localSystem: return dynamic_cast<const Lldp::LocalSystem*>(&entity) != nullptr;
+    }
+    return false;
+}
+
+const Lldp::Config& config(const Zim::Entity& e) { return static_cast<const Lldp::Config&>(e); }
+const Lldp::AllStatus& status(const Zim::Entity& e) {
+    return static_cast<const Lldp::AllStatus&>(e);
+}
+const Lldp::LocalSystem& local(const Zim::Entity& e) {
+    return static_cast<const Lldp::LocalSystem&>(e);
+}
+
+// The remote-table counters are Gauge32 (ZeroBasedCounter32), not Counter32.
+const Scalar scalars[] = {
+    {"lldpMessageTxInterval", {1, 1}, Holder::config, "messageTxInterval", "S32ToAsnInteger",
+     ASN_INTEGER, HANDLER_CAN_RWRITE, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::S32ToAsnIntegerF(config(e).messageTxInterval(), b, c);
+     }},
+    {"lldpMessageTxHoldMultiplier", {1, 2}, Holder::config, "messageTxHoldMultiplier",
+     "S32ToAsnInteger", ASN_INTEGER, HANDLER_CAN_RWRITE, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::S32ToAsnIntegerF(config(e).messageTxHoldMultiplier(), b, c);
+     }},
+    {"lldpReinitDelay", {1, 3}, Holder::config, "reinitDelay", "S32ToAsnInteger", ASN_INTEGER,
+     HANDLER_CAN_RWRITE, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::S32ToAsnIntegerF(config(e).reinitDelay(), b, c);
+     }},
+    {"lldpTxDelay", {1, 4}, Holder::config, "txDelay", "S32ToAsnInteger", ASN_INTEGER,
+     HANDLER_CAN_RWRITE, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::S32ToAsnIntegerF(config(e).txDelay(), b, c);
+     }},
+    // The notification interval is the fixed 5 seconds the agent throttles with.
+    {"lldpNotificationInterval", {1, 5}, Holder::config, "notificationInterval",
+     "S32ToAsnInteger", ASN_INTEGER, HANDLER_CAN_RWRITE, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::S32ToAsnIntegerF(config(e).notificationInterval(), b, c);
+     }},
+    {"lldpStatsRemTablesLastChangeTime", {2, 1}, Holder::status, "remTablesLastChangeTime",
+     "NowSecondsToUptimeTimeTicks", ASN_TIMETICKS, HANDLER_CAN_RONLY, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::NowSecondsToUptimeTimeTicksF(status(e).remTablesLastChangeTime(), b, c);
+     }},
+    {"lldpStatsRemTablesInserts", {2, 2}, Holder::status, "remTablesInserts", "S32ToAsnInteger",
+     ASN_GAUGE, HANDLER_CAN_RONLY, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(status(e).remTablesInserts()), b, c);
+     }},
+    {"lldpStatsRemTablesDeletes", {2, 3}, Holder::status, "remTablesDeletes", "S32ToAsnInteger",
+     ASN_GAUGE, HANDLER_CAN_RONLY, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(status(e).remTablesDeletes()), b, c);
+     }},
+    {"lldpStatsRemTablesDrops", {2, 4}, Holder::status, "remTablesDrops", "S32ToAsnInteger",
+     ASN_GAUGE, HANDLER_CAN_RONLY, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(status(e).remTablesDrops()), b, c);
+     }},
+    {"lldpStatsRemTablesAgeouts", {2, 5}, Holder::status, "remTablesAgeouts", "S32ToAsnInteger",
+     ASN_GAUGE, HANDLER_CAN_RONLY, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(status(e).remTablesAgeouts()), b, c);
+     }},
+    {"lldpLocChassisIdSubtype", {3, 1}, Holder::localSystem, "chassisIdSubtype",
+     "S32ToAsnInteger", ASN_INTEGER, HANDLER_CAN_RONLY, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::S32ToAsnIntegerF(local(e).chassisIdSubtype(), b, c);
+     }},
+    {"lldpLocChassisId", {3, 2}, Holder::localSystem, "chassisId", "StringToAsnOctetString",
+     ASN_OCTET_STR, HANDLER_CAN_RONLY, 1, 255,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::StringToAsnOctetStringF(local(e).chassisId(), b, c);
+     }},
+    {"lldpLocSysName", {3, 3}, Holder::localSystem, "sysName", "StringToAsnOctetString",
+     ASN_OCTET_STR, HANDLER_CAN_RONLY, 0, 255,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::StringToAsnOctetStringF(local(e).sysName(), b, c);
+     }},
+    {"lldpLocSysDesc", {3, 4}, Holder::localSystem, "sysDesc", "StringToAsnOctetString",
+     ASN_OCTET_STR, HANDLER_CAN_RONLY, 0, 255,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return Snmp::StringToAsnOctetStringF(local(e).sysDesc(), b, c);
+     }},
+    {"lldpLocSysCapSupported", {3, 5}, Holder::localSystem, "sysCapSupported",
+     "SystemCapabilitiesMapToAsnBits", ASN_OCTET_STR, HANDLER_CAN_RONLY, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return SystemCapabilitiesMapToAsnBits(local(e).sysCapSupported(), b, c);
+     }},
+    {"lldpLocSysCapEnabled", {3, 6}, Holder::localSystem, "sysCapEnabled",
+     "SystemCapabilitiesMapToAsnBits", ASN_OCTET_STR, HANDLER_CAN_RONLY, -1, -1,
+     [](const Zim::Entity& e, unsigned char* b, int c) {
+         return SystemCapabilitiesMapToAsnBits(local(e).sysCapEnabled(), b, c);
+     }},
+};
+
+constexpr size_t scalarOidLength = 9;
+
+void scalarOid(const Scalar& s, oid (&name)[scalarOidLength]) {
+    const oid prefix[] = {1, 0, 8802, 1, 1, 2, 1};
+    std::copy(std::begin(prefix), std::end(prefix), name);
+    name[7] = s.suffix[0];
+    name[8] = s.suffix[1];
+}
+
+int handleScalar(const Scalar& s, netsnmp_handler_registration* reginfo,
+                 netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {
+    const std::string handler = std::string("handle_") + s.name;
+    const char* path = pathOf(s.holder);
+    const int mode = reqinfo->mode;
+    if (mode >= MODE_SET_RESERVE1 && mode <= MODE_SET_UNDO) {
+        TRACE(2, handler << " - SET is not configured for " << s.name);
+        netsnmp_request_set_error(requests, SNMP_ERR_NOTWRITABLE);
+        return SNMP_ERR_NOERROR;
+    }
+    if (mode != MODE_GET) {
+        TRACE(2, handler << " - unknown mode from request: " << mode);
+        netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
+        return SNMP_ERR_GENERR;
+    }
+    const auto* entity = static_cast<const Zim::Entity*>(reginfo->my_reg_void);
+    if (!entity) {
+        TRACE(2, handler << " - entity /<sysname>/" << path << " is not of type " << typeOf(s.holder));
+        netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
+        return SNMP_ERR_GENERR;
+    }
+    TRACE(2, handler << " - reading " << path << "->" << s.attribute << "()");
+    unsigned char buffer[1024];
+    const int capacity = s.asnType == ASN_OCTET_STR && s.minLength >= 0 ? 255 : sizeof buffer;
+    const int n = s.read(*entity, buffer, capacity);
+    TRACE(2, handler << " - " << s.conversion << " returned " << n << "bytes for " << path << "->"
+                     << s.attribute << "()");
+    if (n < 0) {
+        TRACE(2, handler << " - " << s.conversion << " failed for: " << s.attribute);
+        netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
+        return SNMP_ERR_GENERR;
+    }
+    if (s.minLength >= 0 && (n < s.minLength || n > s.maxLength)) {
+        TRACE(2, handler << " - entity /<sysname>/" << path
+                         << " length out of range: " << s.attribute << " (" << n << ")");
+        netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
+        return SNMP_ERR_GENERR;
+    }
+    snmp_set_var_typed_value(requests->requestvb, s.asnType, buffer, static_cast<size_t>(n));
+    return SNMP_ERR_NOERROR;
+}
+
+void registerScalars(const Zim::String8& context) {
+    auto& m = lldpMibModule();
+    if (_defaultTraceHandle().enabled(1)) {
+        for (const Scalar& s : scalars) {
+            oid name[scalarOidLength];
+            scalarOid(s, name);
+            TRACE(1, "init_LldpMIB initializing oid " << LldpMibFrame::oidText(name, scalarOidLength)
+                                                      << " in context "
+                                                      << LldpMibFrame::quoted(context));
+        }
+    }
+    static Netsnmp_Node_Handler* const handlers[] = {
+        handle_lldpMessageTxInterval,     handle_lldpMessageTxHoldMultiplier,
+        handle_lldpReinitDelay,           handle_lldpTxDelay,
+        handle_lldpNotificationInterval,  handle_lldpStatsRemTablesLastChangeTime,
+        handle_lldpStatsRemTablesInserts, handle_lldpStatsRemTablesDeletes,
+        handle_lldpStatsRemTablesDrops,   handle_lldpStatsRemTablesAgeouts,
+        handle_lldpLocChassisIdSubtype,   handle_lldpLocChassisId,
+        handle_lldpLocSysName,            handle_lldpLocSysDesc,
+        handle_lldpLocSysCapSupported,    handle_lldpLocSysCapEnabled,
+    };
+    for (size_t i = 0; i < std::size(scalars); ++i) {
+        const Scalar& s = scalars[i];
+        oid name[scalarOidLength];
+        scalarOid(s, name);
+        const std::string registrationName = std::string(s.name) + "_" + context.str();
+        netsnmp_handler_registration* reg = netsnmp_create_handler_registration(
+            registrationName.c_str(), handlers[i], name, scalarOidLength, s.mode);
+        ZIM_ASSERT_NAMED(reg, (std::string("reg_") + s.name).c_str());
+        reg->priority = 64;
+        if (!context.empty()) {
+            TRACE(2, "init_LldpMIB in context " << LldpMibFrame::quoted(context)
+                                                << ": statestorePathWithContext not specified for "
+                                                << s.name << "; " << "skipping registration");
+            netsnmp_handler_registration_free(reg);
+            continue;
+        }
+        m.contextHandlerRegistrations[context].push_back(reg);
+        const char* path = pathOf(s.holder);
+        auto entity = SnmpUtil::getEntityRelative(path);
+        if (!entity) {
+            std::cerr << "Can not getEntityRelative( " << path << " ) for scalar " << s.name
+                      << ". Is this path correct?" << std::endl;
+        }
+        ZIM_ASSERT_NAMED(entity, (std::string("e_") + s.name).c_str());
+        if (!isOfType(s.holder, *entity)) {
+            std::cerr << path << " does not appear to be of type " << typeOf(s.holder)
+                      << " for scalar " << s.name << "." << std::endl;
+        }
+        ZIM_ASSERT_NAMED(isOfType(s.holder, *entity), (std::string("ptr_") + s.name).c_str());
+        // The registration holds no reference: the entity lives as long as the host's mount.
+        reg->my_reg_void = entity.get();
+        netsnmp_register_scalar(reg);
+    }
+}
+
+}  // namespace
+
+#define LLDP_SCALAR_HANDLER(scalar, position)                                             \
+    int handle_##scalar(netsnmp_mib_handler*, netsnmp_handler_registration* reginfo,      \
+                        netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) { \
+        return handleScalar(scalars[position], reginfo, reqinfo, requests);               \
+    }
+
+LLDP_SCALAR_HANDLER(lldpMessageTxInterval, 0)
+LLDP_SCALAR_HANDLER(lldpMessageTxHoldMultiplier, 1)
+LLDP_SCALAR_HANDLER(lldpReinitDelay, 2)
+LLDP_SCALAR_HANDLER(lldpTxDelay, 3)
+LLDP_SCALAR_HANDLER(lldpNotificationInterval, 4)
+LLDP_SCALAR_HANDLER(lldpStatsRemTablesLastChangeTime, 5)
+LLDP_SCALAR_HANDLER(lldpStatsRemTablesInserts, 6)
+LLDP_SCALAR_HANDLER(lldpStatsRemTablesDeletes, 7)
+LLDP_SCALAR_HANDLER(lldpStatsRemTablesDrops, 8)
+LLDP_SCALAR_HANDLER(lldpStatsRemTablesAgeouts, 9)
+LLDP_SCALAR_HANDLER(lldpLocChassisIdSubtype, 10)
+LLDP_SCALAR_HANDLER(lldpLocChassisId, 11)
+LLDP_SCALAR_HANDLER(lldpLocSysName, 12)
+LLDP_SCALAR_HANDLER(lldpLocSysDesc, 13)
+LLDP_SCALAR_HANDLER(lldpLocSysCapSupported, 14)
+LLDP_SCALAR_HANDLER(lldpLocSysCapEnabled, 15)
+
+// ---------------------------------------------------------------------------------------------
+// Tables.
+
+namespace {
+
+struct LldpMibTable : LldpMibFrame::ReadOnlyTable<void> {
+    static LldpMibFrame::Module& mibModule() { return lldpMibModule(); }
+};
+
+using PortTable = LldpMibFrame::PortTable<LldpMibTable>;
+using LocalManAddrTable = LldpMibFrame::LocalManAddrTable<LldpMibTable>;
+using RemoteTable = LldpMibFrame::RemoteTable<LldpMibTable>;
+
+struct lldpPortConfigTableDef : PortTable {
+    static constexpr const char* name = "lldpPortConfigTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 1, 6};
+    static constexpr IndexObject indexes[] = {{"lldpPortConfigPortNum", ASN_INTEGER}};
+    static constexpr int minColumn = 2, maxColumn = 4;
+    static constexpr unsigned columns[] = {2, 3, 4};
+    using Map = Root::PortConfigMap;
+    static const Map& rows(const Root& root) { return root.portConfig(); }
+    static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::PortConfig>& row) {
+        const auto& c = agentOrDefault(row->ptr());
+        switch (column) {
+        case 2: return a.integer("lldpPortConfigAdminStatus", "adminStatus", c.adminStatus());
+        case 3:
+            return a.truthValue("lldpPortConfigNotificationEnable", "notificationEnable",
+                                c.notificationEnable());
+        default:
+            return a.encoded("lldpPortConfigTLVsTxEnable", "enabledTlvs", "EnabledTlvsToAsnBits",
+                             1024, [&](unsigned char* b, int n) {
+                                 return EnabledTlvsToAsnBits(c.enabledTlvs(), b, n);
+                             });
+        }
+    }
+};
+
+struct lldpConfigManAddrTableDef : LocalManAddrTable {
+    static constexpr const char* name = "lldpConfigManAddrTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 1, 7};
+    static constexpr IndexObject indexes[] = {{"lldpLocManAddrSubtype", ASN_INTEGER},
+                                              {"lldpLocManAddr", ASN_OCTET_STR}};
+    static constexpr int minColumn = 1, maxColumn = 1;
+    static constexpr unsigned columns[] = {1};
+    static bool answer(ColumnAnswer& a, int, const Zim::Ptr<Lldp::Snmp::LocalManagementAddress>& row) {
+        return a.encoded("lldpConfigManAddrPortsTxEnable", "portsTxEnable",
+                         "PortsTxEnableToAsnOctetString", 512,
+                         [&](unsigned char* b, int n) {
+                             return PortsTxEnableToAsnOctetString(row->portsTxEnable(), b, n);
+                         },
+                         0, 512);
+    }
+};
+
+struct lldpStatsTxPortTableDef : PortTable {
+    static constexpr const char* name = "lldpStatsTxPortTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 2, 6};
+    static constexpr IndexObject indexes[] = {{"lldpStatsTxPortNum", ASN_INTEGER}};
+    static constexpr int minColumn = 2, maxColumn = 2;
+    static constexpr unsigned columns[] = {2};
+    using Map = Root::PortStatusMap;
+    static const Map& rows(const Root& root) { return root.portStatus(); }
+    static bool answer(ColumnAnswer& a, int, const Zim::Ptr<Lldp::Snmp::PortStatus>& row) {
+        return a.counter32("lldpStatsTxPortFramesTotal", "txFramesTotal",
+                           agentOrDefault(row->ptr()).txFramesTotal());
+    }
+};
+
+struct lldpStatsRxPortTableDef : PortTable {
+    static constexpr const char* name = "lldpStatsRxPortTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 2, 7};
+    static constexpr IndexObject indexes[] = {{"lldpStatsRxPortNum", ASN_INTEGER}};
+    static constexpr int minColumn = 2, maxColumn = 7;
+    static constexpr unsigned columns[] = {2, 3, 4, 5, 6, 7};
+    using Map = Root::PortStatusMap;
+    static const Map& rows(const Root& root) { return root.portStatus(); }
+    static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::PortStatus>& row) {
+        const auto& s = agentOrDefault(row->ptr());
+        switch (column) {
+        case 2:
+            return a.counter32("lldpStatsRxPortFramesDiscardedTotal", "rxFramesDiscardedTotal",
+                               s.rxFramesDiscardedTotal());
+        case 3: return a.counter32("lldpStatsRxPortFramesErrors", "rxFramesErrors", s.rxFramesErrors());
+        case 4: return a.counter32("lldpStatsRxPortFramesTotal", "rxFramesTotal", s.rxFramesTotal());
+        case 5:
+            return a.counter32("lldpStatsRxPortTLVsDiscardedTotal", "rxTLVsDiscardedTotal",
+                               s.rxTLVsDiscardedTotal());
+        case 6:
+            return a.counter32("lldpStatsRxPortTLVsUnrecognizedTotal", "rxTLVsUnrecognizedTotal",
+                               s.rxTLVsUnrecognizedTotal());
+        default:
+            // Gauge32 by the MIB's own definition, unlike its siblings.
+            return a.gauge32("lldpStatsRxPortAgeoutsTotal", "rxAgeoutsTotal", s.rxAgeoutsTotal());
+        }
+    }
+};
+
+struct lldpLocPortTableDef : PortTable {
+    static constexpr const char* name = "lldpLocPortTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 3, 7};
+    static constexpr IndexObject indexes[] = {{"lldpLocPortNum", ASN_INTEGER}};
+    static constexpr int minColumn = 2, maxColumn = 4;
+    static constexpr unsigned columns[] = {2, 3, 4};
+    using Map = Root::LocalPortMap;
+    static const Map& rows(const Root& root) { return root.localPort(); }
+    static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::LocalPort>& row) {
+        const auto& p = agentOrDefault(row->ptr());
+        switch (column) {
+        case 2: return a.integer("lldpLocPortIdSubtype", "portIdSubtype", p.portIdSubtype());
+        case 3: return a.octets("lldpLocPortId", "portId", p.portId(), "PortId", 255, 255, 1, 255);
+        default:
+            return a.octets("lldpLocPortDesc", "portDesc", p.portDesc(), "BoundedString255", 255,
+                            255, 0, 255);
+        }
+    }
+};
+
+struct lldpLocManAddrTableDef : LocalManAddrTable {
+    static constexpr const char* name = "lldpLocManAddrTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 3, 8};
+    static constexpr IndexObject indexes[] = {{"lldpLocManAddrSubtype", ASN_INTEGER},
+                                              {"lldpLocManAddr", ASN_OCTET_STR}};
+    static constexpr int minColumn = 3, maxColumn = 6;
+    static constexpr unsigned columns[] = {3, 4, 5, 6};
+    static bool answer(ColumnAnswer& a, int column,
+                       const Zim::Ptr<Lldp::Snmp::LocalManagementAddress>& row) {
+        const auto& m = row->rawValue();
+        switch (column) {
+        case 3: return a.integer("lldpLocManAddrLen", "manAddrLen", m.manAddrLen());
+        case 4: return a.integer("lldpLocManAddrIfSubtype", "ifSubtype", m.ifSubtype());
+        case 5: return a.integer("lldpLocManAddrIfId", "ifId", m.ifId());
+        default: return a.objectId("lldpLocManAddrOID", "oid", m.oid());
+        }
+    }
+};
+
+struct lldpRemTableDef : LldpMibFrame::RemoteSystemTable<LldpMibTable> {
+    static constexpr const char* name = "lldpRemTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 4, 1};
+    static constexpr int minColumn = 4, maxColumn = 12;
+    static constexpr unsigned columns[] = {4, 5, 6, 7, 8, 9, 10, 11, 12};
+    static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
+        const auto& r = agentOrDefault(row->ptr());
+        switch (column) {
+        case 4: return a.integer("lldpRemChassisIdSubtype", "chassisIdSubtype", r.chassisIdSubtype());
+        case 5:
+            return a.octets("lldpRemChassisId", "chassisId", r.chassisId(), "ChassisId", 255, 255,
+                            1, 255);
+        case 6: return a.integer("lldpRemPortIdSubtype", "portIdSubtype", r.portIdSubtype());
+        case 7: return a.octets("lldpRemPortId", "portId", r.portId(), "PortId", 255, 255, 1, 255);
+        case 8:
+            return a.octets("lldpRemPortDesc", "portDesc", r.portDesc(), "BoundedString255", 255,
+                            255, 0, 255);
+        case 9:
+            return a.octets("lldpRemSysName", "sysName", r.sysName(), "BoundedString255", 255,
+                            255, 0, 255);
+        case 10:
+            return a.octets("lldpRemSysDesc", "sysDesc", r.sysDesc(), "BoundedString255", 255,
+                            255, 0, 255);
+        case 11:
+            return a.encoded("lldpRemSysCapSupported", "sysCapSupported",
+                             "SystemCapabilitiesMapToAsnBits", 1024, [&](unsigned char* b, int n) {
+                                 return SystemCapabilitiesMapToAsnBits(r.sysCapSupported(), b, n);
+                             });
+        default:
+            return a.encoded("lldpRemSysCapEnabled", "sysCapEnabled",
+                             "SystemCapabilitiesMapToAsnBits", 1024, [&](unsigned char* b, int n) {
+                                 return SystemCapabilitiesMapToAsnBits(r.sysCapEnabled(), b, n);
+                             });
+        }
+    }
+};
+
+struct lldpRemManAddrTableDef : RemoteTable {
+    static constexpr const char* name = "lldpRemManAddrTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 4, 2};
+    static constexpr IndexObject indexes[] = {
+        {"lldpRemTimeMark", ASN_TIMETICKS}, {"lldpRemLocalPortNum", ASN_INTEGER},
+        {"lldpRemIndex", ASN_INTEGER},      {"lldpRemManAddrSubtype", ASN_INTEGER},
+        {"lldpRemManAddr", ASN_OCTET_STR}};
+    static constexpr bool hinted = false;
+    static constexpr int minColumn = 3, maxColumn = 5;
+    static constexpr unsigned columns[] = {3, 4, 5};
+    using Map = Root::RemoteManagementAddressMap;
+    static const Map& rows(const Root& root) { return root.remoteManagementAddress(); }
+    static void writeIndexes(IndexWriter& w, const Lldp::Snmp::RemoteManagementAddressKey& key) {
+        writeNeighbour(w, key);
+        w.integer("manAddrSubtype", key.manAddrKey.subtype());
+        w.octets("manAddr", key.manAddrKey.address(), 31);
+    }
+    static bool answer(ColumnAnswer& a, int column, const Lldp::Snmp::RemoteManagementAddress& row) {
+        const auto& m = row.rawValue;
+        switch (column) {
+        case 3: return a.integer("lldpRemManAddrIfSubtype", "ifSubtype", m.ifSubtype());
+        case 4: return a.integer("lldpRemManAddrIfId", "ifId", m.ifId());
+        default: return a.objectId("lldpRemManAddrOID", "oid", m.oid());
+        }
+    }
+};
+
+struct lldpRemUnknownTLVTableDef : RemoteTable {
+    static constexpr const char* name = "lldpRemUnknownTLVTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 4, 3};
+    static constexpr IndexObject indexes[] = {{"lldpRemTimeMark", ASN_TIMETICKS},
+                                              {"lldpRemLocalPortNum", ASN_INTEGER},
+                                              {"lldpRemIndex", ASN_INTEGER},
+                                              {"lldpRemUnknownTLVType", ASN_INTEGER}};
+    static constexpr int minColumn = 2, maxColumn = 2;
+    static constexpr unsigned columns[] = {2};
+    static constexpr const char* keyTypeName = "Lldp::Snmp::RemoteUnknownTlv::Key";
+    using Map = Root::RemoteUnknownTlvMap;
+    static const Map& rows(const Root& root) { return root.remoteUnknownTlv(); }
+    static Lldp::Snmp::RemoteUnknownTlvKey keyFromHint(const HintValues& v) {
+        Lldp::UnknownTlv checkedType(v[3], {});  // refuses types outside 9..126
+        return {portFromHint(v[1]), static_cast<int32_t>(v[2]), checkedType.type()};
+    }
+    static void writeIndexes(IndexWriter& w, const Lldp::Snmp::RemoteUnknownTlvKey& key) {
+        writeNeighbour(w, key);
+        w.integer("type", static_cast<int32_t>(key.type));
+    }
+    static bool answer(ColumnAnswer& a, int, const Lldp::Snmp::RemoteUnknownTlv& row) {
+        return a.octets("lldpRemUnknownTLVInfo", "info", row.rawValue.info(), "BoundedString511",
+                        511, 511, 0, 511);
+    }
+};
+
+struct lldpRemOrgDefInfoTableDef : RemoteTable {
+    static constexpr const char* name = "lldpRemOrgDefInfoTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 4, 4};
+    static constexpr IndexObject indexes[] = {
+        {"lldpRemTimeMark", ASN_TIMETICKS},
+        {"lldpRemLocalPortNum", ASN_INTEGER},
+        {"lldpRemIndex", ASN_INTEGER},
+        {"lldpRemOrgDefInfoOUI", ASN_PRIV_IMPLIED_OCTET_STR},
+        {"lldpRemOrgDefInfoSubtype", ASN_INTEGER},
+        {"lldpRemOrgDefInfoIndex", ASN_INTEGER}};
+    static constexpr int minColumn = 4, maxColumn = 4;
+    static constexpr unsigned columns[] = {4};
+    static constexpr const char* keyTypeName = "Lldp::Snmp::RemoteUnknownOrgDefTlv::Key";
+    using Map = Root::RemoteUnknownOrgDefTlvMap;
+    static const Map& rows(const Root& root) { return root.remoteUnknownOrgDefTlv(); }
+    static Lldp::Snmp::RemoteUnknownOrgDefTlvKey keyFromHint(const HintValues& v) {
+        return {portFromHint(v[1]), static_cast<int32_t>(v[2]), Lldp::Oui(v[3]), v[4],
+                static_cast<int32_t>(v[5])};
+    }
+    static void writeIndexes(IndexWriter& w, const Lldp::Snmp::RemoteUnknownOrgDefTlvKey& key) {
+        writeNeighbour(w, key);
+        w.oui("oui", key.oui);
+        w.integer("subtype", static_cast<int32_t>(key.subtype));
+        w.integer("unknownOrgDefTlvIndex", key.unknownOrgDefTlvIndex);
+    }
+    static bool answer(ColumnAnswer& a, int, const Lldp::Snmp::RemoteUnknownOrgDefTlv& row) {
+        return a.octets("lldpRemOrgDefInfo", "orgDefInfo", row.rawValue.info(), "BoundedString507",
+                        507, 507, 0, 507);
+    }
+};
+
+}  // namespace
+
+LLDP_MIB_TABLE(lldpPortConfigTable, lldpPortConfigTableDef)
+LLDP_MIB_TABLE(lldpConfigManAddrTable, lldpConfigManAddrTableDef)
+LLDP_MIB_TABLE(lldpStatsTxPortTable, lldpStatsTxPortTableDef)
+LLDP_MIB_TABLE(lldpStatsRxPortTable, lldpStatsRxPortTableDef)
+LLDP_MIB_TABLE(lldpLocPortTable, lldpLocPortTableDef)
+LLDP_MIB_TABLE(lldpLocManAddrTable, lldpLocManAddrTableDef)
+LLDP_MIB_TABLE(lldpRemTable, lldpRemTableDef)
+LLDP_MIB_TABLE(lldpRemManAddrTable, lldpRemManAddrTableDef)
+LLDP_MIB_TABLE(lldpRemUnknownTLVTable, lldpRemUnknownTLVTableDef)
+LLDP_MIB_TABLE(lldpRemOrgDefInfoTable, lldpRemOrgDefInfoTableDef)
+
+// ---------------------------------------------------------------------------------------------
+// Module entry points.
+
+int init_LldpMIB(Zim::String8 context) {
+    lldpMibModule().debugInitializing(context);
+    registerScalars(context);
+    initialize_table_lldpPortConfigTable(context);
+    initialize_table_lldpConfigManAddrTable(context);
+    initialize_table_lldpStatsTxPortTable(context);
+    initialize_table_lldpStatsRxPortTable(context);
+    initialize_table_lldpLocPortTable(context);
+    initialize_table_lldpLocManAddrTable(context);
+    initialize_table_lldpRemTable(context);
+    initialize_table_lldpRemManAddrTable(context);
+    initialize_table_lldpRemUnknownTLVTable(context);
+    initialize_table_lldpRemOrgDefInfoTable(context);
+    Snmp::registerMibContext(context, "LldpMIB");
+    return 0;
+}
+
+void unregister_LldpMIB(Zim::String8 context) { lldpMibModule().unregister(context); }
+
+namespace Snmp {
+
+int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops,
+                              uint32_t ageouts, Zim::String8 context) {
+    auto snmpConfig = SnmpUtil::getSnmpConfig();
+    ZIM_ASSERT(snmpConfig->notificationConfig( "lldp" ) && "You need to register lldp traps from your DefaultConfigPlugin");
+    ZIM_ASSERT(snmpConfig->notificationConfig( "lldp" )->notification( "lldpRemTablesChange" ) && "You need to register lldpRemTablesChange traps from your DefaultConfigPlugin");
+    const auto status = snmpConfig->notificationStatus("lldp", "lldpRemTablesChange");
+    if (!status.send) {
+        TRACE(4, "lldpRemTablesChange notification not sent. notificationStatus returned "
+                     << status.reason);
+        return 0;
+    }
+    static const oid snmpTrapOid[] = {1, 3, 6, 1, 6, 3, 1, 1, 4, 1, 0};
+    static const oid lldpRemTablesChange[] = {1, 0, 8802, 1, 1, 2, 0, 0, 1};
+    netsnmp_variable_list* vars = nullptr;
+    snmp_varlist_add_variable(&vars, snmpTrapOid, std::size(snmpTrapOid), ASN_OBJECT_ID,
+                              lldpRemTablesChange, sizeof lldpRemTablesChange);
+    const uint32_t counters[] = {inserts, deletes, drops, ageouts};
+    for (oid counter = 2; counter <= 5; ++counter) {
+        const oid name[] = {1, 0, 8802, 1, 1, 2, 1, 2, counter, 0};
+        unsigned char buffer[1024];
+        int n = S32ToAsnIntegerF(static_cast<int32_t>(counters[counter - 2]), buffer, sizeof buffer);
+        snmp_varlist_add_variable(&vars, name, std::size(name), ASN_GAUGE, buffer,
+                                  static_cast<size_t>(n));
+    }
+    TRACE(4, "Adding lldpRemTablesChange notification to trap queue");
+    Zim::Ptr<TrapManager> trapManager;
+    if (Zim::Entity::singletonExists("Snmp::TrapManager")) {
+        trapManager = Zim::ptrCast<TrapManager>(Zim::Entity::singleton("Snmp::TrapManager"));
+    } else {
+        trapManager = Zim::Entity::singletonIs<TrapManager>("Snmp::TrapManager");
+    }
+    trapManager->enqueueTrap(vars, context);
+    return 0;
+}
+
+}  // namespace Snmp
+
+// ---------------------------------------------------------------------------------------------
+// Announcement to the host at load.
+
+namespace {
+
+class LldpMIB_HandlerRegistration : public Snmp::HandlerRegistration {
+public:
+    void initHandler(Zim::String8 context) override { (void)init_LldpMIB(context); }
+};
+
+LldpMIB_HandlerRegistration lldpMibRegistration;
+Snmp::AutoRegistree lldpMibAutoRegistree(&lldpMibRegistration);
+
+}  // namespace

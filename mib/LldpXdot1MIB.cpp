@@ -1,0 +1,200 @@
+// LLDP-EXT-DOT1-MIB: two local tables and four neighbour tables on the shared table frame.
+#include "mib/LldpXdot1MIB.h"
+
+#include "mib/Module.h"
+#include "mib/TableFrame.h"
+#include "platform/snmp/HandlerRegistration.h"
+
+using LldpMibFrame::ColumnAnswer;
+using LldpMibFrame::HintValues;
+using LldpMibFrame::IndexObject;
+using LldpMibFrame::IndexWriter;
+using LldpMibFrame::agentOrDefault;
+using LldpMibFrame::portFromHint;
+using Lldp::Snmp::Root;
+
+namespace {
+
+LldpMibFrame::Module& lldpXdot1Module() {
+    static LldpMibFrame::Module module("LldpXdot1MIB");
+    return module;
+}
+
+struct Xdot1Table : LldpMibFrame::ReadOnlyTable<void> {
+    static LldpMibFrame::Module& mibModule() { return lldpXdot1Module(); }
+};
+using PortTable = LldpMibFrame::PortTable<Xdot1Table>;
+using RemoteTable = LldpMibFrame::RemoteTable<Xdot1Table>;
+
+// The neighbour sub-tables: the neighbour's three index objects and one of their own.
+template <class Key>
+struct NeighbourSubTable : RemoteTable {
+    static Key keyFromHint(const HintValues& v) {
+        return Key(portFromHint(v[1]), static_cast<int32_t>(v[2]), ownIndex(v[3]));
+    }
+    static auto ownIndex(uint32_t v) {
+        using Own = std::remove_cvref_t<decltype(std::get<2>(Key().fields()))>;
+        if constexpr (std::is_same_v<Own, int32_t>) {
+            return static_cast<int32_t>(v);
+        } else {
+            return Own(static_cast<uint16_t>(v));
+        }
+    }
+};
+
+struct lldpXdot1ConfigPortVlanTableDef : PortTable {
+    static constexpr const char* name = "lldpXdot1ConfigPortVlanTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 1, 1};
+    static constexpr IndexObject indexes[] = {{"lldpPortConfigPortNum", ASN_INTEGER}};
+    static constexpr int minColumn = 1, maxColumn = 1;
+    static constexpr unsigned columns[] = {1};
+    // Registered writable like the LLDP-MIB configuration objects, so that a SET reaches the
+    // handler and is refused there.
+    static constexpr int mode = HANDLER_CAN_RWRITE;
+    static constexpr const char* setRefusal =
+        "lldpXdot1ConfigPortVlanTable_handler: SET is not configured for column "
+        "lldpXdot1ConfigPortVlanTxEnable";
+    using Map = Root::PortConfigMap;
+    static const Map& rows(const Root& root) { return root.portConfig(); }
+    static bool answer(ColumnAnswer& a, int, const Zim::Ptr<Lldp::Snmp::PortConfig>& row) {
+        return a.truthValue("lldpXdot1ConfigPortVlanTxEnable", "portVlanTxEnable",
+                            agentOrDefault(row->ptr()).portVlanTxEnable());
+    }
+};
+
+struct lldpXdot1LocTableDef : PortTable {
+    static constexpr const char* name = "lldpXdot1LocTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 2, 1};
+    static constexpr IndexObject indexes[] = {{"lldpLocPortNum", ASN_INTEGER}};
+    static constexpr int minColumn = 1, maxColumn = 1;
+    static constexpr unsigned columns[] = {1};
+    using Map = Root::LocalPortMap;
+    static const Map& rows(const Root& root) { return root.localPort(); }
+    static bool answer(ColumnAnswer& a, int, const Zim::Ptr<Lldp::Snmp::LocalPort>& row) {
+        return a.integer("lldpXdot1LocPortVlanId", "portVlanId",
+                         agentOrDefault(row->ptr()).portVlanId());
+    }
+};
+
+struct lldpXdot1RemTableDef : LldpMibFrame::RemoteSystemTable<Xdot1Table> {
+    static constexpr const char* name = "lldpXdot1RemTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 3, 1};
+    static constexpr int minColumn = 1, maxColumn = 1;
+    static constexpr unsigned columns[] = {1};
+    static bool keep(const Map::ConstIterator& row) { return portVlanIdTlvReceived(row); }
+    static bool answer(ColumnAnswer& a, int, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
+        return a.integer("lldpXdot1RemPortVlanId", "portVlanId",
+                         agentOrDefault(row->ptr()).portVlanId());
+    }
+};
+
+struct lldpXdot1RemProtoVlanTableDef
+    : NeighbourSubTable<Lldp::Snmp::RemotePortAndProtocolVlanKey> {
+    static constexpr const char* name = "lldpXdot1RemProtoVlanTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 3, 2};
+    static constexpr IndexObject indexes[] = {
+        {"lldpRemTimeMark", ASN_TIMETICKS},
+        {"lldpRemLocalPortNum", ASN_INTEGER},
+        {"lldpRemIndex", ASN_INTEGER},
+        {"lldpXdot1RemProtoVlanId", ASN_INTEGER, LldpMibFrame::checkVlanIdOrNone}};
+    static constexpr int minColumn = 2, maxColumn = 3;
+    static constexpr unsigned columns[] = {2, 3};
+    static constexpr const char* keyTypeName = "Lldp::Snmp::RemotePortAndProtocolVlan::Key";
+    using Map = Root::RemotePortAndProtocolVlanMap;
+    static const Map& rows(const Root& root) { return root.remotePortAndProtocolVlan(); }
+    static void writeIndexes(IndexWriter& w, const Lldp::Snmp::RemotePortAndProtocolVlanKey& key) {
+        writeNeighbour(w, key);
+        w.integer("portAndProtocolVlanId", key.portAndProtocolVlanId.value());
+    }
+    static bool answer(ColumnAnswer& a, int column,
+                       const Lldp::Snmp::RemotePortAndProtocolVlan& row) {
+        if (column == 2) {
+            return a.truthValue("lldpXdot1RemProtoVlanSupported", "supported",
+                                row.rawValue.supported());
+        }
+        return a.truthValue("lldpXdot1RemProtoVlanEnabled", "enabled", row.rawValue.enabled());
+    }
+};
+
+struct lldpXdot1RemVlanNameTableDef : NeighbourSubTable<Lldp::Snmp::RemoteVlanNameKey> {
+    static constexpr const char* name = "lldpXdot1RemVlanNameTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 3, 3};
+    static constexpr IndexObject indexes[] = {
+        {"lldpRemTimeMark", ASN_TIMETICKS},
+        {"lldpRemLocalPortNum", ASN_INTEGER},
+        {"lldpRemIndex", ASN_INTEGER},
+        {"lldpXdot1RemVlanId", ASN_INTEGER, LldpMibFrame::checkVlanId}};
+    static constexpr int minColumn = 2, maxColumn = 2;
+    static constexpr unsigned columns[] = {2};
+    static constexpr const char* keyTypeName = "Lldp::Snmp::RemoteVlanName::Key";
+    using Map = Root::RemoteVlanNameMap;
+    static const Map& rows(const Root& root) { return root.remoteVlanName(); }
+    static void writeIndexes(IndexWriter& w, const Lldp::Snmp::RemoteVlanNameKey& key) {
+        writeNeighbour(w, key);
+        w.integer("vlanId", key.vlanId.value());
+    }
+    // An empty or over-long name is an error for this instance, never truncated.
+    static bool answer(ColumnAnswer& a, int, const Lldp::Snmp::RemoteVlanName& row) {
+        return a.octets("lldpXdot1RemVlanName", "vlanName", row.rawValue.vlanName(),
+                        "BoundedString1024", 1024, 1024, 1, 32);
+    }
+};
+
+struct lldpXdot1RemProtocolTableDef
+    : NeighbourSubTable<Lldp::Snmp::RemoteProtocolIdentityInfoKey> {
+    static constexpr const char* name = "lldpXdot1RemProtocolTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 3, 4};
+    static constexpr IndexObject indexes[] = {{"lldpRemTimeMark", ASN_TIMETICKS},
+                                              {"lldpRemLocalPortNum", ASN_INTEGER},
+                                              {"lldpRemIndex", ASN_INTEGER},
+                                              {"lldpXdot1RemProtocolIndex", ASN_INTEGER}};
+    static constexpr int minColumn = 2, maxColumn = 2;
+    static constexpr unsigned columns[] = {2};
+    static constexpr const char* keyTypeName = "Lldp::Snmp::RemoteProtocolIdentityInfo::Key";
+    using Map = Root::RemoteProtocolIdentityInfoMap;
+    static const Map& rows(const Root& root) { return root.remoteProtocolIdentityInfo(); }
+    static void writeIndexes(IndexWriter& w,
+                             const Lldp::Snmp::RemoteProtocolIdentityInfoKey& key) {
+        writeNeighbour(w, key);
+        w.integer("protocolIndex", key.protocolIndex);
+    }
+    static bool answer(ColumnAnswer& a, int, const Lldp::Snmp::RemoteProtocolIdentityInfo& row) {
+        return a.octets("lldpXdot1RemProtocolId", "protocolId", row.rawValue.protocolId(),
+                        "BoundedString1024", 1024, 1024, 1, 255);
+    }
+};
+
+}  // namespace
+
+LLDP_MIB_TABLE(lldpXdot1ConfigPortVlanTable, lldpXdot1ConfigPortVlanTableDef)
+LLDP_MIB_TABLE(lldpXdot1LocTable, lldpXdot1LocTableDef)
+LLDP_MIB_TABLE(lldpXdot1RemTable, lldpXdot1RemTableDef)
+LLDP_MIB_TABLE(lldpXdot1RemProtoVlanTable, lldpXdot1RemProtoVlanTableDef)
+LLDP_MIB_TABLE(lldpXdot1RemVlanNameTable, lldpXdot1RemVlanNameTableDef)
+LLDP_MIB_TABLE(lldpXdot1RemProtocolTable, lldpXdot1RemProtocolTableDef)
+
+int init_LldpXdot1MIB(Zim::String8 context) {
+    lldpXdot1Module().debugInitializing(context);
+    initialize_table_lldpXdot1ConfigPortVlanTable(context);
+    initialize_table_lldpXdot1LocTable(context);
+    initialize_table_lldpXdot1RemTable(context);
+    initialize_table_lldpXdot1RemProtoVlanTable(context);
+    initialize_table_lldpXdot1RemVlanNameTable(context);
+    initialize_table_lldpXdot1RemProtocolTable(context);
+    Snmp::registerMibContext(context, "LldpXdot1MIB");
+    return 0;
+}
+
+void unregister_LldpXdot1MIB(Zim::String8 context) { lldpXdot1Module().unregister(context); }
+
+namespace {
+
+class LldpXdot1MIB_HandlerRegistration : public Snmp::HandlerRegistration {
+public:
+    void initHandler(Zim::String8 context) override { (void)init_LldpXdot1MIB(context); }
+};
+
+LldpXdot1MIB_HandlerRegistration lldpXdot1MibRegistration;
+Snmp::AutoRegistree lldpXdot1MibAutoRegistree(&lldpXdot1MibRegistration);
+
+}  // namespace

@@ -1,0 +1,199 @@
+// LLDP-EXT-DOT3-MIB: three local tables and four neighbour tables on the shared table frame. A
+// neighbour is listed in a remote table only while it sends that table's TLV.
+#include "mib/LldpXdot3MIB.h"
+
+#include "mib/Module.h"
+#include "mib/TableFrame.h"
+#include "platform/snmp/HandlerRegistration.h"
+
+using LldpMibFrame::ColumnAnswer;
+using LldpMibFrame::IndexObject;
+using LldpMibFrame::agentOrDefault;
+using Lldp::Snmp::Root;
+
+namespace {
+
+LldpMibFrame::Module& lldpXdot3Module() {
+    static LldpMibFrame::Module module("LldpXdot3MIB");
+    return module;
+}
+
+struct Xdot3Table : LldpMibFrame::ReadOnlyTable<void> {
+    static LldpMibFrame::Module& mibModule() { return lldpXdot3Module(); }
+};
+using PortTable = LldpMibFrame::PortTable<Xdot3Table>;
+using NeighbourTable = LldpMibFrame::RemoteSystemTable<Xdot3Table>;
+
+struct lldpXdot3PortConfigTableDef : PortTable {
+    static constexpr const char* name = "lldpXdot3PortConfigTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 1, 1};
+    static constexpr IndexObject indexes[] = {{"lldpPortConfigPortNum", ASN_INTEGER}};
+    static constexpr int minColumn = 1, maxColumn = 1;
+    static constexpr unsigned columns[] = {1};
+    using Map = Root::PortConfigMap;
+    static const Map& rows(const Root& root) { return root.portConfig(); }
+    static bool answer(ColumnAnswer& a, int, const Zim::Ptr<Lldp::Snmp::PortConfig>& row) {
+        const auto& c = agentOrDefault(row->ptr());
+        return a.encoded("lldpXdot3PortConfigTLVsTxEnable", "dot3EnabledTlvs",
+                         "Dot3EnabledTlvsToAsnBits", 1024, [&](unsigned char* b, int n) {
+                             return Dot3EnabledTlvsToAsnBits(c.dot3EnabledTlvs(), b, n);
+                         });
+    }
+};
+
+struct lldpXdot3LocLinkAggTableDef : PortTable {
+    static constexpr const char* name = "lldpXdot3LocLinkAggTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 2, 3};
+    static constexpr IndexObject indexes[] = {{"lldpLocPortNum", ASN_INTEGER}};
+    static constexpr int minColumn = 1, maxColumn = 2;
+    static constexpr unsigned columns[] = {1, 2};
+    using Map = Root::LocalPortMap;
+    static const Map& rows(const Root& root) { return root.localPort(); }
+    static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::LocalPort>& row) {
+        const auto& p = agentOrDefault(row->ptr());
+        if (column == 1) {
+            return a.encoded("lldpXdot3LocLinkAggStatus", "linkAggStatus",
+                             "LinkAggStatusMapToAsnBits", 1024, [&](unsigned char* b, int n) {
+                                 return LinkAggStatusMapToAsnBits(p.linkAggStatus(), b, n);
+                             });
+        }
+        return a.integer("lldpXdot3LocLinkAggPortId", "linkAggPortId", p.linkAggPortId());
+    }
+};
+
+struct lldpXdot3LocMaxFrameSizeTableDef : PortTable {
+    static constexpr const char* name = "lldpXdot3LocMaxFrameSizeTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 2, 4};
+    static constexpr IndexObject indexes[] = {{"lldpLocPortNum", ASN_INTEGER}};
+    static constexpr int minColumn = 1, maxColumn = 1;
+    static constexpr unsigned columns[] = {1};
+    using Map = Root::LocalPortMap;
+    static const Map& rows(const Root& root) { return root.localPort(); }
+    static bool answer(ColumnAnswer& a, int, const Zim::Ptr<Lldp::Snmp::LocalPort>& row) {
+        return a.integer("lldpXdot3LocMaxFrameSize", "maxFrameSize",
+                         agentOrDefault(row->ptr()).maxFrameSize());
+    }
+};
+
+struct lldpXdot3RemPortTableDef : NeighbourTable {
+    static constexpr const char* name = "lldpXdot3RemPortTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 3, 1};
+    static constexpr int minColumn = 1, maxColumn = 4;
+    static constexpr unsigned columns[] = {1, 2, 3, 4};
+    static bool keep(const Map::ConstIterator& row) { return macPhyConfigStatusTlvReceived(row); }
+    static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
+        const auto& macPhy = agentOrDefault(row->ptr()).macPhy();
+        switch (column) {
+        case 1:
+            return a.truthValue("lldpXdot3RemPortAutoNegSupported", "autoNegSupported",
+                                macPhy.autoNegSupported);
+        case 2:
+            return a.truthValue("lldpXdot3RemPortAutoNegEnabled", "autoNegEnabled",
+                                macPhy.autoNegEnabled);
+        case 3:
+            // Always two octets, high byte first: the value is already in BITS order.
+            return a.encoded("lldpXdot3RemPortAutoNegAdvertisedCap", "autoNegAdvertisedCapAsU16",
+                             "AutoNegAdvertisedCapAsU16ToAsnBits", 2,
+                             [&](unsigned char* b, int n) {
+                                 return AutoNegAdvertisedCapAsU16ToAsnBits(
+                                     macPhy.autoNegAdvertisedCapAsU16, b, n);
+                             },
+                             2, 2);
+        default:
+            return a.integer("lldpXdot3RemPortOperMauType", "operMauType", macPhy.operMauType);
+        }
+    }
+};
+
+struct lldpXdot3RemPowerTableDef : NeighbourTable {
+    static constexpr const char* name = "lldpXdot3RemPowerTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 3, 2};
+    static constexpr int minColumn = 1, maxColumn = 6;
+    static constexpr unsigned columns[] = {1, 2, 3, 4, 5, 6};
+    static bool keep(const Map::ConstIterator& row) { return powerViaMdiTlvReceived(row); }
+    static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
+        const auto& power = agentOrDefault(row->ptr()).power();
+        switch (column) {
+        case 1: return a.integer("lldpXdot3RemPowerPortClass", "powerPortClass", power.powerPortClass);
+        case 2:
+            return a.truthValue("lldpXdot3RemPowerMDISupported", "powerMdiSupported",
+                                power.powerMdiSupported);
+        case 3:
+            return a.truthValue("lldpXdot3RemPowerMDIEnabled", "powerMdiEnabled",
+                                power.powerMdiEnabled);
+        case 4:
+            // The column is spelled as the MIB spells it.
+            return a.truthValue("lldpXdot3RemPowerPairControlable", "powerPairControllable",
+                                power.powerPairControllable);
+        case 5: return a.integer("lldpXdot3RemPowerPairs", "powerPairs", power.powerPairs);
+        default: return a.integer("lldpXdot3RemPowerClass", "powerClass", power.powerClass);
+        }
+    }
+};
+
+struct lldpXdot3RemLinkAggTableDef : NeighbourTable {
+    static constexpr const char* name = "lldpXdot3RemLinkAggTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 3, 3};
+    static constexpr int minColumn = 1, maxColumn = 2;
+    static constexpr unsigned columns[] = {1, 2};
+    static bool keep(const Map::ConstIterator& row) { return linkAggregationTlvReceived(row); }
+    static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
+        const auto& r = agentOrDefault(row->ptr());
+        if (column == 1) {
+            return a.encoded("lldpXdot3RemLinkAggStatus", "linkAggStatus",
+                             "LinkAggStatusMapToAsnBits", 1024, [&](unsigned char* b, int n) {
+                                 return LinkAggStatusMapToAsnBits(r.linkAggStatus(), b, n);
+                             });
+        }
+        return a.integer("lldpXdot3RemLinkAggPortId", "linkAggPortId", r.linkAggPortId());
+    }
+};
+
+struct lldpXdot3RemMaxFrameSizeTableDef : NeighbourTable {
+    static constexpr const char* name = "lldpXdot3RemMaxFrameSizeTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 3, 4};
+    static constexpr int minColumn = 1, maxColumn = 1;
+    static constexpr unsigned columns[] = {1};
+    static bool keep(const Map::ConstIterator& row) { return maximumFrameSizeTlvReceived(row); }
+    static bool answer(ColumnAnswer& a, int, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
+        return a.integer("lldpXdot3RemMaxFrameSize", "maxFrameSize",
+                         agentOrDefault(row->ptr()).maxFrameSize());
+    }
+};
+
+}  // namespace
+
+LLDP_MIB_TABLE(lldpXdot3PortConfigTable, lldpXdot3PortConfigTableDef)
+LLDP_MIB_TABLE(lldpXdot3LocLinkAggTable, lldpXdot3LocLinkAggTableDef)
+LLDP_MIB_TABLE(lldpXdot3LocMaxFrameSizeTable, lldpXdot3LocMaxFrameSizeTableDef)
+LLDP_MIB_TABLE(lldpXdot3RemPortTable, lldpXdot3RemPortTableDef)
+LLDP_MIB_TABLE(lldpXdot3RemPowerTable, lldpXdot3RemPowerTableDef)
+LLDP_MIB_TABLE(lldpXdot3RemLinkAggTable, lldpXdot3RemLinkAggTableDef)
+LLDP_MIB_TABLE(lldpXdot3RemMaxFrameSizeTable, lldpXdot3RemMaxFrameSizeTableDef)
+
+int init_LldpXdot3MIB(Zim::String8 context) {
+    lldpXdot3Module().debugInitializing(context);
+    initialize_table_lldpXdot3PortConfigTable(context);
+    initialize_table_lldpXdot3LocLinkAggTable(context);
+    initialize_table_lldpXdot3LocMaxFrameSizeTable(context);
+    initialize_table_lldpXdot3RemPortTable(context);
+    initialize_table_lldpXdot3RemPowerTable(context);
+    initialize_table_lldpXdot3RemLinkAggTable(context);
+    initialize_table_lldpXdot3RemMaxFrameSizeTable(context);
+    Snmp::registerMibContext(context, "LldpXdot3MIB");
+    return 0;
+}
+
+void unregister_LldpXdot3MIB(Zim::String8 context) { lldpXdot3Module().unregister(context); }
+
+namespace {
+
+class LldpXdot3MIB_HandlerRegistration : public Snmp::HandlerRegistration {
+public:
+    void initHandler(Zim::String8 context) override { (void)init_LldpXdot3MIB(context); }
+};
+
+LldpXdot3MIB_HandlerRegistration lldpXdot3MibRegistration;
+Snmp::AutoRegistree lldpXdot3MibAutoRegistree(&lldpXdot3MibRegistration);
+
+}  // namespace

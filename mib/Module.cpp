@@ -1,0 +1,45 @@
+#include "mib/Module.h"
+
+#include "platform/snmp/HandlerRegistration.h"
+
+#include <cstdlib>
+
+namespace LldpMibFrame {
+
+const Zim::TraceHandle& Module::trace() {
+    if (!trace_) trace_ = std::make_unique<Zim::TraceHandle>("Snmp", false);
+    return *trace_;
+}
+
+void Module::debugInitializing(const Zim::String8& context) const {
+    if (!snmp_get_do_debugging()) return;
+    DEBUGMSGTL((name_, "Initializing in context \"%s\"\n", context.str().c_str()));
+}
+
+void Module::unregister(const Zim::String8& context) {
+    ZTRACE_FROM(trace(), name_, 2, "Unregistering " << name_ << " in context " << quoted(context));
+
+    const auto registrations = contextHandlerRegistrations[context];
+    for (auto* registration : registrations) netsnmp_unregister_handler(registration);
+    contextHandlerRegistrations.erase(context);
+
+    const auto columnInfos = contextColumnInfos[context];
+    for (auto* head : columnInfos) {
+        while (head) {
+            auto* next = head->next;
+            std::free(head);
+            head = next;
+        }
+    }
+    contextColumnInfos.erase(context);
+
+    Snmp::unregisterMibContext(context, name_);
+}
+
+std::string oidText(const oid* name, size_t length) {
+    char buffer[200];
+    snprint_objid(buffer, sizeof buffer, name, length);
+    return buffer;
+}
+
+}  // namespace LldpMibFrame

@@ -1,0 +1,47 @@
+#pragma once
+// What the three MIB modules share: the per-context bookkeeping of what each registered with
+// net-snmp (so that a context can be unregistered again), the unit's trace handle, and the
+// module's initialisation and unregistration steps around its own scalars and tables.
+#include "platform/zim/String8.h"
+#include "platform/zim/Trace.h"
+
+#include <net-snmp/net-snmp-config.h>
+#include <net-snmp/net-snmp-includes.h>
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+
+#include <list>
+#include <map>
+#include <memory>
+
+namespace LldpMibFrame {
+
+class Module {
+public:
+    explicit Module(const char* name) : name_(name) {}
+    Module(const Module&) = delete;
+    Module& operator=(const Module&) = delete;
+
+    const char* name() const noexcept { return name_; }
+    // Made on first use, as "Snmp", so that traces enabled after load still reach it.
+    const Zim::TraceHandle& trace();
+
+    // Registrations and column records by context, in registration order.
+    std::map<Zim::String8, std::list<netsnmp_handler_registration*>> contextHandlerRegistrations;
+    std::map<Zim::String8, std::list<netsnmp_column_info*>> contextColumnInfos;
+
+    // net-snmp's debug line under the module's token.
+    void debugInitializing(const Zim::String8& context) const;
+    // Undoes every registration of the context, frees its column records, and tells the host.
+    void unregister(const Zim::String8& context);
+
+private:
+    const char* name_;
+    std::unique_ptr<Zim::TraceHandle> trace_;
+};
+
+inline std::string quoted(const Zim::String8& context) { return "\"" + context.str() + "\""; }
+
+// An OID as net-snmp prints it, for traces.
+std::string oidText(const oid* name, size_t length);
+
+}  // namespace LldpMibFrame
