@@ -49,6 +49,11 @@ struct RemoteUnknownTlvKey : KeyOrder<RemoteUnknownTlvKey> {
     RemoteUnknownTlvKey() = default;
     RemoteUnknownTlvKey(Interface::EthPortId e, int32_t i, uint32_t t)
         : ethPortId(e), index(i), type(t) {}
+    // The key of a request's index: the TLV type is checked with the agent's own rule (9..126),
+    // "UnknownTlv::type < 9 or > 126 not allowed".
+    static RemoteUnknownTlvKey fromIndex(Interface::EthPortId e, int32_t i, uint32_t t) {
+        return {e, i, UnknownTlv(t, Zim::String8()).type()};
+    }
     auto fields() const { return std::tie(ethPortId, index, type); }
     Interface::EthPortId ethPortId;
     int32_t index = 0;

@@ -84,6 +84,7 @@ public:
     using Key = ManagementAddress::Key;
     explicit LocalManagementAddress(const Key& key)
         : Entity(Lldp::valueToStrep(key)), key_(key) {}
+    ~LocalManagementAddress() override;
     const char* typeName() const noexcept override { return "Lldp::Snmp::LocalManagementAddress"; }
     const Key& key() const noexcept { return key_; }
 

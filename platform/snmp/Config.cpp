@@ -2,6 +2,15 @@
 
 namespace Snmp {
 
+// Entries that outlive their group or configuration must not keep pointing at it.
+NotificationGroup::~NotificationGroup() {
+    for (auto& [name, notification] : notifications_) notification->parentIs(nullptr);
+}
+
+Config::~Config() {
+    for (auto& [name, group] : groups_) group->parentIs(nullptr);
+}
+
 Zim::Ptr<Notification> NotificationGroup::notification(const Zim::String8& name) const {
     auto it = notifications_.find(name);
     return it == notifications_.end() ? Zim::Ptr<Notification>() : it->second;

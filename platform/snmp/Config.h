@@ -27,6 +27,9 @@ private:
 class NotificationGroup : public Zim::Entity {
 public:
     explicit NotificationGroup(Zim::String8 name) : Entity(std::move(name)) {}
+    NotificationGroup(const NotificationGroup&) = delete;
+    NotificationGroup& operator=(const NotificationGroup&) = delete;
+    ~NotificationGroup() override;
     const char* typeName() const noexcept override { return "Snmp::NotificationGroup"; }
     Zim::Ptr<Notification> notification(const Zim::String8& name) const;
     Zim::Ptr<Notification> notificationIs(const Zim::String8& name);
@@ -46,6 +49,9 @@ struct NotificationStatus {
 class Config : public Zim::Entity {
 public:
     Config() : Entity("config") {}
+    Config(const Config&) = delete;
+    Config& operator=(const Config&) = delete;
+    ~Config() override;
     const char* typeName() const noexcept override { return "Snmp::Config"; }
 
     Zim::Ptr<NotificationGroup> notificationConfig(const Zim::String8& group) const;

@@ -24,6 +24,9 @@ double& startTime() {
     return start;
 }
 
+// Taken when the library is loaded, not at the first uptime asked for.
+[[maybe_unused]] const double loadTime = startTime();
+
 }  // namespace
 
 int S32ToAsnIntegerF(int32_t value, unsigned char* buf, int capacity) {
@@ -48,6 +51,8 @@ int StringToAsnOidF(const Zim::String8& dotted, unsigned char* buf, int capacity
     std::string_view text = dotted.view();
     if (!text.empty() && text.front() == '.') text.remove_prefix(1);
     if (text.empty()) text = "0.0";
+    // A negative capacity would turn into a huge count of sub-identifiers below.
+    if (capacity < 0) return -1;
     const size_t maxSubIds = static_cast<size_t>(capacity) / sizeof(oid);
     size_t count = 0;
     while (true) {

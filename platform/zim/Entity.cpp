@@ -50,6 +50,10 @@ void Entity::singletonDel(std::string_view typeName) {
     if (auto it = singletons().find(typeName); it != singletons().end()) singletons().erase(it);
 }
 
+Dir::~Dir() {
+    for (auto& [name, child] : children_) child->parentIs(nullptr);
+}
+
 Ptr<Entity> Dir::entity(const String8& name) const {
     auto it = children_.find(name);
     return it == children_.end() ? Ptr<Entity>() : it->second;

@@ -43,6 +43,10 @@ private:
 class Dir : public Entity {
 public:
     using Entity::Entity;
+    Dir(const Dir&) = delete;
+    Dir& operator=(const Dir&) = delete;
+    // Children that outlive the directory must not keep pointing at it.
+    ~Dir() override;
     const char* typeName() const noexcept override { return "Zim::Dir"; }
 
     Ptr<Entity> entity(const String8& name) const;

@@ -42,7 +42,7 @@ public:
     }
 
     void clear() {
-        while (!map_.empty()) erase(map_.begin()->first);
+        while (!map_.empty()) erase(K(map_.begin()->first));  // a copy: erase frees the node
     }
 
     typename Map::const_iterator begin() const { return map_.begin(); }

@@ -113,7 +113,7 @@ public:
     }
 
     void clear() {
-        while (!tree_.empty()) erase(tree_.begin()->first);
+        while (!tree_.empty()) erase(K(tree_.begin()->first));  // a copy: erase frees the node
     }
 
     ConstIterator begin() const { return ConstIterator(this, tree_.begin()); }

@@ -50,7 +50,10 @@ public:
         if (n == notifier_) return;
         detach();
         notifier_ = n;
-        if (notifier_) notifier_->notifiees().attach(self());
+        if (notifier_) {
+            attached_ = static_cast<typename N::Notifiee*>(this);
+            notifier_->notifiees().attach(attached_);
+        }
         onNotifierIs();
     }
 
@@ -62,12 +65,15 @@ protected:
     virtual void onNotifierIs() {}
 
 private:
-    typename N::Notifiee* self() { return static_cast<typename N::Notifiee*>(this); }
+    // Detaches through the pointer kept at attach time: in ~Reactor the Notifiee part is
+    // already gone, so converting `this` down to it there would be undefined.
     void detach() {
-        if (notifier_) notifier_->notifiees().detach(self());
+        if (notifier_ && attached_) notifier_->notifiees().detach(attached_);
+        attached_ = nullptr;
     }
 
     Ptr<const N> notifier_;
+    typename N::Notifiee* attached_ = nullptr;
     bool active_ = true;
 };
 
