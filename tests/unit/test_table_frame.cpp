@@ -219,7 +219,7 @@ TEST_F(TableFrameTest, AFailedColumnPutsGenErrOnTheFirstRequestOfTheCall) {
 
     for (auto& request : requests) {
         iinfo->free_data_context(netsnmp_request_get_list_data(&request, "table_iterator"), iinfo);
-        netsnmp_free_list_data(request.parent_data);
+        netsnmp_free_all_list_data(request.parent_data);
         snmp_free_varbind(request.requestvb);
     }
 }
@@ -234,7 +234,7 @@ TEST_F(TableFrameTest, WritesAreRefusedAsNotWritable) {
     netsnmp_request_add_list_data(&request, netsnmp_create_data_list("table", &table, nullptr));
     EXPECT_EQ(lldpRemTable_handler(nullptr, nullptr, &reqinfo, &request), SNMP_ERR_NOERROR);
     EXPECT_EQ(request.status, SNMP_ERR_NOTWRITABLE);
-    netsnmp_free_list_data(request.parent_data);
+    netsnmp_free_all_list_data(request.parent_data);
 }
 
 TEST_F(TableFrameTest, ExtensionTablesListOnlyNeighboursThatSentTheirTlv) {
