@@ -1,0 +1,25 @@
+#include "host/Log.h"
+
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+namespace LldpSnmpd {
+
+namespace {
+void logAt(int priority, const std::string& text) {
+    snmp_log(priority, "lldp-snmpd: %s\n", text.c_str());
+}
+} // namespace
+
+void logError(const std::string& text) {
+    logAt(LOG_ERR, text);
+}
+void logWarning(const std::string& text) {
+    logAt(LOG_WARNING, text);
+}
+void logInfo(const std::string& text) {
+    logAt(LOG_INFO, text);
+}
+
+} // namespace LldpSnmpd

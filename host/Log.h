@@ -1,0 +1,12 @@
+#pragma once
+// The daemon's own log lines go through net-snmp's logging, so they land wherever net-snmp's do
+// (standard error unless configured otherwise) and in order with them.
+#include <string>
+
+namespace LldpSnmpd {
+
+void logError(const std::string& text);
+void logWarning(const std::string& text);
+void logInfo(const std::string& text);
+
+} // namespace LldpSnmpd

@@ -1,0 +1,350 @@
+#include "host/StateApplier.h"
+
+#include "platform/zim/Clock.h"
+#include "platform/zim/Jotlog.h"
+#include "platform/zim/Trace.h"
+
+#include <algorithm>
+#include <string>
+
+namespace LldpSnmpd {
+
+namespace {
+
+const Zim::TraceHandle& trace() {
+    static const Zim::TraceHandle handle("LldpSnmpd");
+    return handle;
+}
+
+std::string text(const Ifkit::IntfId& intf) {
+    return Zim::printable(intf.name());
+}
+
+// Members that the document no longer has go first; then every member is set, which changes
+// (and tells the reactors of) only those whose value differs.
+template <class Current, class Wanted, class Set, class Del>
+void syncMembers(const Current& current, const Wanted& wanted, Set&& set, Del&& del) {
+    for (const auto& key : current.keys()) {
+        if (!wanted.contains(key)) {
+            del(key);
+        }
+    }
+    for (const auto& [key, value] : wanted) {
+        set(key, value);
+    }
+}
+
+void fillPortConfig(Lldp::PortConfig& pc, const PortConfigDoc& doc) {
+    pc.adminStatusIs(doc.adminStatus);
+    pc.notificationEnableIs(doc.notificationEnable);
+    pc.enabledTlvsIs(doc.tlvsTxEnable);
+    pc.dot3EnabledTlvsIs(doc.dot3TlvsTxEnable);
+    pc.portVlanTxEnableIs(doc.portVlanTxEnable);
+    pc.manAddrTxEnableIs(doc.manAddrTxEnable);
+}
+
+void fillLocalPort(Lldp::LocalPort& lp, const LocalPortDoc& doc) {
+    lp.portIdSubtypeIs(doc.portIdSubtype);
+    lp.portIdIs(doc.portId);
+    lp.portDescIs(doc.portDesc);
+    lp.portVlanIdIs(doc.portVlanId);
+    lp.linkAggStatusIs(doc.linkAggStatus);
+    lp.linkAggPortIdIs(doc.linkAggPortId);
+    lp.maxFrameSizeIs(doc.maxFrameSize);
+}
+
+void fillStatistics(Lldp::PortStatus& ps, const StatisticsDoc& doc) {
+    ps.txFramesTotalIs(doc.txFramesTotal);
+    ps.rxFramesDiscardedTotalIs(doc.rxFramesDiscardedTotal);
+    ps.rxFramesErrorsIs(doc.rxFramesErrors);
+    ps.rxFramesTotalIs(doc.rxFramesTotal);
+    ps.rxTLVsDiscardedTotalIs(doc.rxTLVsDiscardedTotal);
+    ps.rxTLVsUnrecognizedTotalIs(doc.rxTLVsUnrecognizedTotal);
+    ps.rxAgeoutsTotalIs(doc.rxAgeoutsTotal);
+}
+
+// A TLV's value is set before its received flag rises, and kept until after the flag fell, so
+// that whoever sees the flag set sees the value that came with it.
+template <class T, class SetValue, class SetFlag>
+void optionalTlv(const std::optional<T>& value, SetValue&& setValue, SetFlag&& setFlag) {
+    if (value) {
+        setValue(*value);
+        setFlag(true);
+    } else {
+        setFlag(false);
+        setValue(T{});
+    }
+}
+
+void fillRemoteSystem(Lldp::RemoteSystem& rs, const NeighborDoc& doc) {
+    rs.chassisIdSubtypeIs(doc.chassisIdSubtype);
+    rs.chassisIdIs(doc.chassisId);
+    rs.portIdSubtypeIs(doc.portIdSubtype);
+    rs.portIdIs(doc.portId);
+    rs.portDescIs(doc.portDesc);
+    rs.sysNameIs(doc.sysName);
+    rs.sysDescIs(doc.sysDesc);
+    rs.sysCapSupportedIs(doc.sysCapSupported);
+    rs.sysCapEnabledIs(doc.sysCapEnabled);
+
+    optionalTlv(
+        doc.portVlanId, [&](int32_t v) { rs.portVlanIdIs(v); },
+        [&](bool f) { rs.portVlanIdTlvReceivedIs(f); });
+    optionalTlv(
+        doc.macPhy, [&](const Lldp::MacPhyConfigStatusInfo& v) { rs.macPhyIs(v); },
+        [&](bool f) { rs.macPhyConfigStatusTlvReceivedIs(f); });
+    optionalTlv(
+        doc.power, [&](const Lldp::PowerViaMdiInfo& v) { rs.powerIs(v); },
+        [&](bool f) { rs.powerViaMdiTlvReceivedIs(f); });
+    optionalTlv(
+        doc.linkAgg,
+        [&](const LinkAggDoc& v) {
+            rs.linkAggStatusIs(v.status);
+            rs.linkAggPortIdIs(v.portId);
+        },
+        [&](bool f) { rs.linkAggregationTlvReceivedIs(f); });
+    optionalTlv(
+        doc.maxFrameSize, [&](int32_t v) { rs.maxFrameSizeIs(v); },
+        [&](bool f) { rs.maximumFrameSizeTlvReceivedIs(f); });
+
+    syncMembers(
+        rs.managementAddress(), doc.managementAddresses,
+        [&](const auto& k, const auto& v) { rs.managementAddressIs(k, v); },
+        [&](const auto& k) { rs.managementAddressDel(k); });
+    syncMembers(
+        rs.unknownTlv(), doc.unknownTlvs,
+        [&](const auto& k, const auto& v) { rs.unknownTlvIs(k, v); },
+        [&](const auto& k) { rs.unknownTlvDel(k); });
+    syncMembers(
+        rs.unknownOrgDefTlv(), doc.orgDefTlvs,
+        [&](const auto& k, const auto& v) { rs.unknownOrgDefTlvIs(k, v); },
+        [&](const auto& k) { rs.unknownOrgDefTlvDel(k); });
+    syncMembers(
+        rs.portAndProtocolVlan(), doc.protoVlans,
+        [&](const auto& k, const auto& v) { rs.portAndProtocolVlanIs(k, v); },
+        [&](const auto& k) { rs.portAndProtocolVlanDel(k); });
+    syncMembers(
+        rs.vlanName(), doc.vlanNames, [&](const auto& k, const auto& v) { rs.vlanNameIs(k, v); },
+        [&](const auto& k) { rs.vlanNameDel(k); });
+    syncMembers(
+        rs.protocolIdentityInfo(), doc.protocols,
+        [&](const auto& k, const auto& v) { rs.protocolIdentityInfoIs(k, v); },
+        [&](const auto& k) { rs.protocolIdentityInfoDel(k); });
+}
+
+} // namespace
+
+ApplySummary StateApplier::stateIs(const StateDoc& next) {
+    Jotlog::BlockTimer timer("StateApplier::stateIs");
+    const double now = Zim::now();
+    ApplySummary summary;
+
+    configIs(next.config);
+    localSystemIs(next.localSystem);
+
+    // Every interface that goes (or changes its port number) leaves before any arrives, so two
+    // interfaces may swap their port numbers.
+    for (const auto& [name, old] : applied_.interfaces) {
+        auto it = next.interfaces.find(name);
+        if (it != next.interfaces.end() && it->second.portNum == old.portNum) {
+            continue;
+        }
+        interfaceDel(old);
+        ++summary.interfacesRemoved;
+        summary.neighborsRemoved += old.neighbors.size();
+    }
+    for (const InterfaceDoc* intf : next.interfacesByPort()) {
+        auto it = applied_.interfaces.find(intf->name);
+        if (it != applied_.interfaces.end() && it->second.portNum == intf->portNum) {
+            interfaceIs(it->second, *intf, now, summary);
+            continue;
+        }
+        newInterface(*intf, now);
+        ++summary.interfacesAdded;
+        summary.neighborsAdded += intf->neighbors.size();
+    }
+
+    statusIs(next.status, summary, now);
+    applied_ = next;
+    JOTLOG("state applied: interfaces +"
+           << summary.interfacesAdded << " -" << summary.interfacesRemoved << ", neighbours +"
+           << summary.neighborsAdded << " -" << summary.neighborsRemoved << " ~"
+           << summary.neighborsChanged);
+    return summary;
+}
+
+std::vector<InterfaceEntities> StateApplier::interfacesByPort() const {
+    std::vector<InterfaceEntities> out;
+    out.reserve(interfaces_.size());
+    for (const auto& [name, entities] : interfaces_) {
+        out.push_back(entities);
+    }
+    std::sort(out.begin(), out.end(), [](const InterfaceEntities& a, const InterfaceEntities& b) {
+        return a.port < b.port;
+    });
+    return out;
+}
+
+void StateApplier::configIs(const ConfigDoc& doc) {
+    auto& config = *store_.config();
+    config.messageTxIntervalIs(doc.messageTxInterval);
+    config.messageTxHoldMultiplierIs(doc.messageTxHoldMultiplier);
+    config.reinitDelayIs(doc.reinitDelay);
+    config.txDelayIs(doc.txDelay);
+}
+
+void StateApplier::localSystemIs(const LocalSystemDoc& doc) {
+    auto& local = *store_.localSystem();
+    local.chassisIdSubtypeIs(doc.chassisIdSubtype);
+    local.chassisIdIs(doc.chassisId);
+    local.sysNameIs(doc.sysName);
+    local.sysDescIs(doc.sysDesc);
+    local.sysCapSupportedIs(doc.sysCapSupported);
+    local.sysCapEnabledIs(doc.sysCapEnabled);
+    localManagementAddressesIs(doc);
+}
+
+// Every prioritised address must be a management address (the mirror depends on it): a
+// priority goes before its address, an address comes before its priority. An address whose
+// value changes is taken out and put back, since the mirror keeps an address row's value from
+// the row's creation.
+void StateApplier::localManagementAddressesIs(const LocalSystemDoc& doc) {
+    auto& local = *store_.localSystem();
+    const auto& old = applied_.localSystem.managementAddresses;
+    const auto& wanted = doc.managementAddresses;
+
+    for (const auto& [key, was] : old) {
+        if (was.priority == Lldp::ManAddrPriority()) {
+            continue;
+        }
+        auto it = wanted.find(key);
+        bool kept = it != wanted.end() && it->second.priority == was.priority &&
+                    it->second.address == was.address;
+        if (!kept) {
+            local.managementAddressPrioDel(was.priority);
+        }
+    }
+    for (const auto& [key, was] : old) {
+        auto it = wanted.find(key);
+        if (it == wanted.end() || !(it->second.address == was.address)) {
+            ZTRACE(trace(), 2, "Removing local management address " << Lldp::valueToStrep(key));
+            local.managementAddressDel(key);
+        }
+    }
+    for (const auto& [key, addr] : wanted) {
+        local.managementAddressIs(key, addr.address);
+    }
+    for (const auto& [key, addr] : wanted) {
+        if (addr.priority != Lldp::ManAddrPriority()) {
+            local.managementAddressPrioIs(addr.priority, key);
+        }
+    }
+}
+
+Zim::Ptr<Lldp::RemoteSystem>
+StateApplier::newRemoteSystem(const NeighborDoc& doc, Lldp::PortStatus& parent, double now) const {
+    auto rs = Zim::makePtr<Lldp::RemoteSystem>(Zim::String8(std::to_string(doc.index)), doc.index);
+    rs->parentIs(&parent);
+    fillRemoteSystem(*rs, doc);
+    rs->lastChangeTimeIs(doc.lastChangeTime.value_or(now));
+    return rs;
+}
+
+// The entities are complete before they join the agent's collections, and the mirror hears of
+// the interface only once all three are there.
+void StateApplier::newInterface(const InterfaceDoc& doc, double now) {
+    ZTRACE(trace(), 2, "Adding interface " << text(doc.name) << " port " << doc.portNum.value());
+    InterfaceEntities e{doc.name, doc.portNum, Zim::makePtr<Lldp::PortConfig>(doc.name.name()),
+                        Zim::makePtr<Lldp::PortStatus>(doc.name.name()),
+                        Zim::makePtr<Lldp::LocalPort>(doc.name.name())};
+    e.portConfig->parentIs(store_.config().get());
+    e.portStatus->parentIs(store_.status().get());
+    e.localPort->parentIs(store_.localSystem().get());
+    fillPortConfig(*e.portConfig, doc.config);
+    fillLocalPort(*e.localPort, doc.local);
+    fillStatistics(*e.portStatus, doc.statistics);
+    for (const auto& [index, neighbor] : doc.neighbors) {
+        e.portStatus->remoteSystemIs(index, newRemoteSystem(neighbor, *e.portStatus, now));
+    }
+    store_.config()->portConfigIs(doc.name, e.portConfig);
+    store_.status()->portStatusIs(doc.name, e.portStatus);
+    store_.localSystem()->localPortIs(doc.name, e.localPort);
+    interfaces_[doc.name] = e;
+    if (glue_) {
+        glue_->interfaceIs(doc.name, doc.portNum, e.portConfig, e.portStatus, e.localPort);
+    }
+}
+
+void StateApplier::interfaceDel(const InterfaceDoc& doc) {
+    ZTRACE(trace(), 2, "Removing interface " << text(doc.name) << " port " << doc.portNum.value());
+    if (glue_) {
+        glue_->interfaceDel(doc.name, doc.portNum);
+    }
+    store_.localSystem()->localPortDel(doc.name);
+    if (glue_) {
+        glue_->onLocalPort(doc.name, doc.portNum);
+    }
+    store_.config()->portConfigDel(doc.name);
+    store_.status()->portStatusDel(doc.name);
+    interfaces_.erase(doc.name);
+}
+
+void StateApplier::interfaceIs(const InterfaceDoc& old, const InterfaceDoc& next, double now,
+                               ApplySummary& summary) {
+    const auto& e = interfaces_.at(next.name);
+    fillPortConfig(*e.portConfig, next.config);
+    fillLocalPort(*e.localPort, next.local);
+    fillStatistics(*e.portStatus, next.statistics);
+
+    auto& ps = *e.portStatus;
+    for (const auto& [index, was] : old.neighbors) {
+        if (next.neighbors.contains(index)) {
+            continue;
+        }
+        ZTRACE(trace(), 2, "Removing neighbour " << index << " of " << text(next.name));
+        ps.remoteSystemDel(index);
+        ++summary.neighborsRemoved;
+    }
+    for (const auto& [index, neighbor] : next.neighbors) {
+        auto was = old.neighbors.find(index);
+        const Zim::Ptr<Lldp::RemoteSystem>* existing = ps.remoteSystem().find(index);
+        if (was == old.neighbors.end() || !existing) {
+            ZTRACE(trace(), 2, "Adding neighbour " << index << " of " << text(next.name));
+            ps.remoteSystemIs(index, newRemoteSystem(neighbor, ps, now));
+            ++summary.neighborsAdded;
+            continue;
+        }
+        // The same neighbour keeps its entity: only what it sends differently is set.
+        bool changed = !was->second.sameAdvertisement(neighbor);
+        auto& rs = **existing;
+        if (changed) {
+            ZTRACE(trace(), 2, "Updating neighbour " << index << " of " << text(next.name));
+            fillRemoteSystem(rs, neighbor);
+            ++summary.neighborsChanged;
+        }
+        if (neighbor.lastChangeTime) {
+            rs.lastChangeTimeIs(*neighbor.lastChangeTime);
+        } else if (changed) {
+            rs.lastChangeTimeIs(now);
+        }
+    }
+}
+
+// The counters move before the change time, so that whoever reacts to the time (the
+// remote-tables notification) reads counters that already include the change.
+void StateApplier::statusIs(const StatusDoc& doc, const ApplySummary& summary, double now) {
+    auto& status = *store_.status();
+    status.remTablesInsertsIs(doc.remTablesInserts.value_or(
+        status.remTablesInserts() + static_cast<uint32_t>(summary.neighborsAdded)));
+    status.remTablesDeletesIs(doc.remTablesDeletes.value_or(
+        status.remTablesDeletes() + static_cast<uint32_t>(summary.neighborsRemoved)));
+    status.remTablesDropsIs(doc.remTablesDrops.value_or(status.remTablesDrops()));
+    status.remTablesAgeoutsIs(doc.remTablesAgeouts.value_or(status.remTablesAgeouts()));
+    if (doc.remTablesLastChangeTime) {
+        status.remTablesLastChangeTimeIs(*doc.remTablesLastChangeTime);
+    } else if (summary.remoteTablesChanged()) {
+        status.remTablesLastChangeTimeIs(now);
+    }
+}
+
+} // namespace LldpSnmpd

@@ -1,0 +1,24 @@
+#include "host/StateDoc.h"
+
+#include <algorithm>
+
+namespace LldpSnmpd {
+
+bool NeighborDoc::sameAdvertisement(const NeighborDoc& other) const {
+    NeighborDoc copy = *this;
+    copy.lastChangeTime = other.lastChangeTime;
+    return copy == other;
+}
+
+std::vector<const InterfaceDoc*> StateDoc::interfacesByPort() const {
+    std::vector<const InterfaceDoc*> out;
+    out.reserve(interfaces.size());
+    for (const auto& [name, intf] : interfaces) {
+        out.push_back(&intf);
+    }
+    std::sort(out.begin(), out.end(),
+              [](const InterfaceDoc* a, const InterfaceDoc* b) { return a->portNum < b->portNum; });
+    return out;
+}
+
+} // namespace LldpSnmpd

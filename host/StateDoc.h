@@ -1,0 +1,133 @@
+#pragma once
+// The LLDP agent's state as a state file describes it, parsed and checked: every value already
+// in the platform's own types, so applying it can no longer fail on a value.
+#include "platform/lldp/Config.h"
+#include "platform/lldp/LocalSystem.h"
+#include "platform/lldp/PortTypes.h"
+#include "platform/lldp/Values.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <vector>
+
+namespace LldpSnmpd {
+
+struct LinkAggDoc {
+    Lldp::LinkAggStatusMap status;
+    int32_t portId = 0;
+    friend bool operator==(const LinkAggDoc&, const LinkAggDoc&) = default;
+};
+
+struct NeighborDoc {
+    int32_t index = 0;
+    // Absent: the daemon keeps the time of the neighbour's last real change itself.
+    std::optional<double> lastChangeTime;
+    int32_t chassisIdSubtype = 0;
+    Zim::String8 chassisId;
+    int32_t portIdSubtype = 0;
+    Zim::String8 portId;
+    Zim::String8 portDesc;
+    Zim::String8 sysName;
+    Zim::String8 sysDesc;
+    Lldp::SystemCapabilitiesMap sysCapSupported;
+    Lldp::SystemCapabilitiesMap sysCapEnabled;
+    std::map<Lldp::ManagementAddress::Key, Lldp::ManagementAddress> managementAddresses;
+    std::map<uint32_t, Lldp::UnknownTlv> unknownTlvs;
+    std::map<Lldp::UnknownOrgDefTlv::Key, Lldp::UnknownOrgDefTlv> orgDefTlvs;
+    // The optional TLVs: present exactly when the neighbour sent them.
+    std::optional<int32_t> portVlanId;
+    std::map<Bridging::VlanIdOrNone, Lldp::PortAndProtocolVlan> protoVlans;
+    std::map<Bridging::VlanId, Lldp::VlanName> vlanNames;
+    std::map<int32_t, Lldp::ProtocolIdentityInfo> protocols;
+    std::optional<Lldp::MacPhyConfigStatusInfo> macPhy;
+    std::optional<Lldp::PowerViaMdiInfo> power;
+    std::optional<LinkAggDoc> linkAgg;
+    std::optional<int32_t> maxFrameSize;
+
+    friend bool operator==(const NeighborDoc&, const NeighborDoc&) = default;
+    // Whether the neighbour still sends the same; its change time does not count.
+    bool sameAdvertisement(const NeighborDoc& other) const;
+};
+
+struct PortConfigDoc {
+    int32_t adminStatus = 3; // txAndRx
+    bool notificationEnable = false;
+    Lldp::PortConfig::EnabledTlvs tlvsTxEnable;
+    Lldp::PortConfig::Dot3EnabledTlvs dot3TlvsTxEnable;
+    bool portVlanTxEnable = false;
+    bool manAddrTxEnable = false;
+};
+
+struct LocalPortDoc {
+    int32_t portIdSubtype = 5; // interfaceName
+    Zim::String8 portId;
+    Zim::String8 portDesc;
+    int32_t portVlanId = 0;
+    Lldp::LinkAggStatusMap linkAggStatus;
+    int32_t linkAggPortId = 0;
+    int32_t maxFrameSize = 0;
+};
+
+struct StatisticsDoc {
+    uint32_t txFramesTotal = 0;
+    uint32_t rxFramesDiscardedTotal = 0;
+    uint32_t rxFramesErrors = 0;
+    uint32_t rxFramesTotal = 0;
+    uint32_t rxTLVsDiscardedTotal = 0;
+    uint32_t rxTLVsUnrecognizedTotal = 0;
+    uint32_t rxAgeoutsTotal = 0;
+};
+
+struct InterfaceDoc {
+    Ifkit::IntfId name;
+    Interface::EthPortId portNum;
+    PortConfigDoc config;
+    LocalPortDoc local;
+    StatisticsDoc statistics;
+    std::map<int32_t, NeighborDoc> neighbors; // by index
+};
+
+struct LocalManAddrDoc {
+    Lldp::ManagementAddress address;
+    Lldp::ManAddrPriority priority; // 0: none
+};
+
+struct LocalSystemDoc {
+    int32_t chassisIdSubtype = 4; // macAddress
+    Zim::String8 chassisId;
+    Zim::String8 sysName;
+    Zim::String8 sysDesc;
+    Lldp::SystemCapabilitiesMap sysCapSupported;
+    Lldp::SystemCapabilitiesMap sysCapEnabled;
+    std::map<Lldp::ManagementAddress::Key, LocalManAddrDoc> managementAddresses;
+};
+
+struct ConfigDoc {
+    // The LLDP-MIB's default values.
+    int32_t messageTxInterval = 30;
+    int32_t messageTxHoldMultiplier = 4;
+    int32_t reinitDelay = 2;
+    int32_t txDelay = 2;
+};
+
+// Every field may be left out: the daemon then keeps the counter or time as an agent would.
+struct StatusDoc {
+    std::optional<double> remTablesLastChangeTime;
+    std::optional<uint32_t> remTablesInserts;
+    std::optional<uint32_t> remTablesDeletes;
+    std::optional<uint32_t> remTablesDrops;
+    std::optional<uint32_t> remTablesAgeouts;
+};
+
+struct StateDoc {
+    ConfigDoc config;
+    StatusDoc status;
+    LocalSystemDoc localSystem;
+    std::map<Ifkit::IntfId, InterfaceDoc> interfaces; // by name
+
+    // The interfaces in port-number order, the order in which their rows are made.
+    std::vector<const InterfaceDoc*> interfacesByPort() const;
+};
+
+} // namespace LldpSnmpd
