@@ -9,11 +9,6 @@ cd "$repo"
 bash scripts/install-deps.sh
 bash scripts/build.sh
 
-if [[ ! -x build/lldp-snmpd ]]; then
-    echo "lldp-snmpd is not built yet; the library and tests were built"
-    exit 0
-fi
-
 for f in examples/switch.json examples/lldp-snmpd.conf; do
     if [[ ! -f "$f" ]]; then
         echo "run: $f is missing; cannot start the example agent" >&2
@@ -26,7 +21,7 @@ echo
 echo "Try in another terminal:"
 if [[ -d "$mibs" ]]; then
     mibs=$(cd "$mibs" && pwd)
-    echo "  snmpwalk -v2c -c public -M +$mibs -m ALL 127.0.0.1:1161 1.0.8802.1.1.2"
+    echo "  snmpwalk -v2c -c public -M $mibs -m LLDP-MIB:LLDP-EXT-DOT1-MIB:LLDP-EXT-DOT3-MIB 127.0.0.1:1161 1.0.8802.1.1.2"
 else
     echo "  snmpwalk -v2c -c public -On 127.0.0.1:1161 1.0.8802.1.1.2"
 fi
