@@ -1,59 +1,78 @@
-"""The files an operator starts from: examples/switch.json with examples/lldp-snmpd.conf, and
-the example of docs/state-format.md, served as they are."""
+"""The files an operator starts from, served as they are: examples/switch.json with
+examples/lldp-snmpd.conf (also after a stream of damaged rewrites), and the example of
+docs/state-format.md."""
 
+import copy
 import json
+import random
 import re
 
-from conftest import REPO
+from conftest import EXACT, REPO, compare_tables, wait_until
+from mib_rows import LLDP, REM, entry, expected_rows, walk_rows
 
-LLDP = "1.0.8802.1.1.2"
-SWITCH = REPO / "examples" / "switch.json"
-CONFIG = REPO / "examples" / "lldp-snmpd.conf"
-FORMAT_DOC = REPO / "docs" / "state-format.md"
-
-
-def rows(result, column):
-    prefix = column + "."
-    return [o for o in result.values() if o.startswith(prefix)]
+JUNK = [None, True, -1, 0, 4095, 2 ** 31, 2 ** 64, 1.5, "", "x", "00:11", "192.0.2.300",
+        {"hex": "zz"}, {"hex": "00" * 40}, [], {}, ["bridge", 99], [1, 1]]
 
 
-class TestExampleSwitch:
-    def test_the_example_switch_is_served_whole_and_in_order(self, start_daemon):
-        state = json.loads(SWITCH.read_text())
-        daemon = start_daemon(SWITCH.read_text(), config=CONFIG.read_text())
-        walk = daemon.walk(LLDP)
-        assert walk.ok, walk
-        # snmpwalk stops with an error on any OID that does not increase.
-        assert "not increasing" not in walk.stderr
-        bulk = daemon.bulkwalk(LLDP, reps=25)
-        assert bulk.ok, bulk
-        assert bulk.stdout == walk.stdout
-
-        interfaces = state["interfaces"]
-        neighbours = sum(len(i.get("neighbors", [])) for i in interfaces)
-        assert len(interfaces) >= 24 and neighbours >= 4
-        assert len(rows(walk, f"{LLDP}.1.3.7.1.3")) == len(interfaces)  # lldpLocPortId
-        assert len(rows(walk, f"{LLDP}.1.4.1.1.9")) == neighbours  # lldpRemSysName
-        for table in (f"{LLDP}.1.4.2", f"{LLDP}.1.4.3", f"{LLDP}.1.4.4",  # addresses, TLVs
-                      f"{LLDP}.1.5.32962.1.3.3",  # VLAN names
-                      f"{LLDP}.1.5.4623.1.3.1", f"{LLDP}.1.5.4623.1.3.2"):  # MAC/PHY, power
-            assert rows(walk, table), f"the example has no rows in {table}"
-
-    def test_with_the_mibs_loaded_every_value_has_its_declared_type(self, start_daemon):
-        daemon = start_daemon(SWITCH.read_text(), config=CONFIG.read_text())
-        walk = daemon.walk(LLDP, mibs=True)
-        assert walk.ok, walk
-        assert "Wrong Type" not in walk.stdout
+def members(node):
+    """(container, key) of every member of a JSON document, at any depth."""
+    keys = node if isinstance(node, dict) else range(len(node)) if isinstance(node, list) else []
+    for key in list(keys):
+        yield node, key
+        yield from members(node[key])
 
 
-class TestFormatDocument:
-    def test_the_documented_example_is_a_valid_state(self, start_daemon):
-        blocks = re.findall(r"```json\n(.*?)```", FORMAT_DOC.read_text(), re.S)
-        assert blocks, "docs/state-format.md has no JSON example"
-        for block in blocks:
-            daemon = start_daemon(block)
-            assert "applied state file" in daemon.log()
-            names = daemon.walk(f"{LLDP}.1.4.1.1.9").values()
-            assert len(names) == sum(len(i.get("neighbors", []))
-                                     for i in json.loads(block)["interfaces"])
-            daemon.stop()
+def damaged(state, rng):
+    """The state with one or two random changes: a member gone, a value replaced by junk, a
+    list element repeated, or a stray key."""
+    doc = copy.deepcopy(state)
+    for _ in range(rng.randint(1, 2)):
+        parent, key = rng.choice(list(members(doc)))
+        action = rng.randrange(4)
+        if action == 0:
+            del parent[key]
+        elif action == 2 and isinstance(parent, list):
+            parent.append(copy.deepcopy(parent[key]))
+        elif action == 3 and isinstance(parent[key], dict):
+            parent[key]["stray"] = 1
+        else:
+            parent[key] = copy.deepcopy(rng.choice(JUNK))
+    return doc
+
+
+def served_whole_and_in_order(daemon, state):
+    compare_tables(walk_rows(daemon), expected_rows(state))  # snmpwalk fails on a step back
+    walk = daemon.run("snmpwalk", LLDP).stdout
+    assert daemon.run("snmpbulkwalk", LLDP, flags=EXACT + ("-Cr25",)).stdout == walk
+
+
+def test_the_example_switch_is_served_whole_even_after_damaged_rewrites(start_daemon):
+    state = json.loads((REPO / "examples" / "switch.json").read_text())
+    daemon = start_daemon(state, config=(REPO / "examples" / "lldp-snmpd.conf").read_text())
+    served_whole_and_in_order(daemon, state)
+    named = daemon.run("snmpwalk", LLDP, mibs=True, flags=("-On",))
+    assert named.returncode == 0 and "Wrong Type" not in named.stdout, named
+
+    rng = random.Random(20251122)
+    for round_ in range(100):
+        before = daemon.log().count(" state file ")  # applied or refusing
+        daemon.rewrite(damaged(state, rng))
+        assert wait_until(lambda: daemon.log().count(" state file ") > before, 10, 0.01), round_
+        assert daemon.proc.poll() is None, daemon.log()[-2000:]
+    log = daemon.log()
+    assert "failed" not in log, log[-3000:]
+    assert log.count("refusing state file") > 10 and log.count("applied state file") > 10
+    daemon.rewrite(state)
+    assert daemon.wait_for_log("applied state file", start=len(log))
+    served_whole_and_in_order(daemon, state)
+
+
+def test_the_documented_example_is_a_valid_state(start_daemon):
+    blocks = re.findall(r"```json\n(.*?)```", (REPO / "docs" / "state-format.md").read_text(),
+                        re.S)
+    assert blocks, "docs/state-format.md has no JSON example"
+    for block in blocks:
+        daemon = start_daemon(block)
+        assert "applied state file" in daemon.log()
+        assert len(daemon.walk(entry(REM, 9))) == sum(
+            len(i.get("neighbors", [])) for i in json.loads(block)["interfaces"])

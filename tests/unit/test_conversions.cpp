@@ -6,11 +6,11 @@
 #include "platform/lldp/Config.h"
 #include "platform/lldp/RemoteSystem.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <vector>
 
@@ -18,178 +18,102 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 using Interface::EthPortId;
+using Lldp::PortConfig;
 
 // A caller's buffer, pre-filled so that untouched octets are recognisable.
 constexpr unsigned char untouched = 0xaa;
-constexpr int bufferSize = 1024;
 
-struct Buffer {
-    std::array<unsigned char, bufferSize> octets;
-    Buffer() { octets.fill(untouched); }
-    unsigned char* data() { return octets.data(); }
-    Bytes first(int n) const { return Bytes(octets.begin(), octets.begin() + n); }
-};
-
-template <class Convert> Bytes encode(Convert convert) {
-    Buffer buf;
-    const int n = convert(buf.data(), bufferSize);
+// What convert writes into a large buffer; it must not write past the length it returns.
+Bytes encode(const std::function<int(unsigned char*, int)>& convert) {
+    std::array<unsigned char, 1024> buf;
+    buf.fill(untouched);
+    const int n = convert(buf.data(), static_cast<int>(buf.size()));
     EXPECT_GE(n, 0);
-    EXPECT_EQ(buf.octets[n], untouched) << "wrote past the length it returned";
-    return buf.first(n);
+    EXPECT_EQ(buf[n], untouched) << "wrote past the length it returned";
+    return Bytes(buf.begin(), buf.begin() + n);
 }
 
-Bytes sysCapBits(uint32_t value) {
-    return encode([&](unsigned char* b, int l) {
-        return SystemCapabilitiesMapToAsnBits(Lldp::SystemCapabilitiesMap{value}, b, l);
+Bytes linkAgg(uint8_t v) {
+    return encode([&](auto b, int l) { return LinkAggStatusMapToAsnBits({v}, b, l); });
+}
+Bytes sysCap(uint32_t v) {
+    return encode([&](auto b, int l) { return SystemCapabilitiesMapToAsnBits({v}, b, l); });
+}
+Bytes enabledTlvs(uint32_t v) {
+    return encode(
+        [&](auto b, int l) { return EnabledTlvsToAsnBits(PortConfig::EnabledTlvs(v), b, l); });
+}
+Bytes dot3Tlvs(uint32_t v) {
+    return encode([&](auto b, int l) {
+        return Dot3EnabledTlvsToAsnBits(PortConfig::Dot3EnabledTlvs(v), b, l);
     });
 }
-
-Bytes linkAggBits(uint8_t value) {
-    return encode([&](unsigned char* b, int l) {
-        return LinkAggStatusMapToAsnBits(Lldp::LinkAggStatusMap{value}, b, l);
-    });
+Bytes autoNeg(unsigned short v) {
+    return encode([&](auto b, int l) { return AutoNegAdvertisedCapAsU16ToAsnBits(v, b, l); });
+}
+Bytes oui(uint32_t v) {
+    return encode([&](auto b, int l) { return OuiToAsnOctetString(Lldp::Oui(v), b, l); });
 }
 
-// --- BITS ---------------------------------------------------------------------------------
+// --- BITS and the OUI ----------------------------------------------------------------------
 
-TEST(ConvBits, MemberKOfAnOctetBecomesBitsBitK) {
-    EXPECT_EQ(linkAggBits(0x01), Bytes{0x80});
-    EXPECT_EQ(linkAggBits(0x0f), Bytes{0xf0});
-    EXPECT_EQ(linkAggBits(0x12), Bytes{0x48});
-    EXPECT_EQ(linkAggBits(0x80), Bytes{0x01});
-    EXPECT_EQ(linkAggBits(0xff), Bytes{0xff});
-    EXPECT_EQ(linkAggBits(0x00), Bytes{0x00});
-}
-
-TEST(ConvBits, EveryOctetValueReversesBitForBit) {
-    for (unsigned value = 0; value < 256; ++value) {
-        unsigned expected = 0;
-        for (unsigned k = 0; k < 8; ++k) {
-            if (value & (1u << k))
-                expected |= 0x80u >> k;
+TEST(ConvBits, MemberKBecomesBitsBitKWithLowMembersInTheFirstOctet) {
+    for (unsigned k = 0; k < 8; ++k) {
+        const unsigned char bit = static_cast<unsigned char>(0x80u >> k);
+        EXPECT_EQ(linkAgg(static_cast<uint8_t>(1u << k)), Bytes{bit}) << k;
+        EXPECT_EQ(sysCap(1u << k), (Bytes{bit, 0})) << k;
+        EXPECT_EQ(sysCap(0x100u << k), (Bytes{0, bit})) << k;
+        if (k < 4) {
+            EXPECT_EQ(enabledTlvs(1u << k), Bytes{bit}) << k;
+            EXPECT_EQ(dot3Tlvs(1u << k), Bytes{bit}) << k;
         }
-        EXPECT_EQ(linkAggBits(static_cast<uint8_t>(value)),
-                  Bytes{static_cast<unsigned char>(expected)})
-            << "value " << value;
     }
-}
-
-TEST(ConvBits, SystemCapabilitiesAreAlwaysTwoOctetsLowMembersFirst) {
-    EXPECT_EQ(sysCapBits(0x0001), (Bytes{0x80, 0x00}));
-    EXPECT_EQ(sysCapBits(0x0014), (Bytes{0x28, 0x00}));
-    EXPECT_EQ(sysCapBits(0x0100), (Bytes{0x00, 0x80}));
-    EXPECT_EQ(sysCapBits(0x8000), (Bytes{0x00, 0x01}));
-    EXPECT_EQ(sysCapBits(0x0000), (Bytes{0x00, 0x00}));
-}
-
-TEST(ConvBits, SystemCapabilitiesIgnoreStorageAboveSixteenBits) {
-    EXPECT_EQ(sysCapBits(0xffff0000u), (Bytes{0x00, 0x00}));
-    EXPECT_EQ(sysCapBits(0x00010004u), (Bytes{0x20, 0x00}));
-}
-
-TEST(ConvBits, EnabledTlvSetsAreOneOctetEvenWhenEmpty) {
-    auto basic = [](uint32_t v) {
-        return encode([&](unsigned char* b, int l) {
-            return EnabledTlvsToAsnBits(Lldp::PortConfig::EnabledTlvs(v), b, l);
-        });
-    };
-    auto dot3 = [](uint32_t v) {
-        return encode([&](unsigned char* b, int l) {
-            return Dot3EnabledTlvsToAsnBits(Lldp::PortConfig::Dot3EnabledTlvs(v), b, l);
-        });
-    };
-    EXPECT_EQ(basic(0x0), Bytes{0x00});
-    EXPECT_EQ(basic(0xf), Bytes{0xf0});
-    EXPECT_EQ(basic(0x1), Bytes{0x80});
-    EXPECT_EQ(basic(0x8), Bytes{0x10});
-    EXPECT_EQ(dot3(0x0), Bytes{0x00});
-    EXPECT_EQ(dot3(0x5), Bytes{0xa0});
-    EXPECT_EQ(dot3(0xf), Bytes{0xf0});
-}
-
-TEST(ConvBits, OneOctetConversionsFitAOneOctetBuffer) {
-    unsigned char one = untouched;
-    EXPECT_EQ(LinkAggStatusMapToAsnBits(Lldp::LinkAggStatusMap{0x03}, &one, 1), 1);
-    EXPECT_EQ(one, 0xc0);
-    EXPECT_EQ(EnabledTlvsToAsnBits(Lldp::PortConfig::EnabledTlvs(0x2), &one, 1), 1);
-    EXPECT_EQ(one, 0x40);
-}
-
-TEST(ConvBits, AutoNegCapabilityIsWrittenHighOctetFirstWithoutReversal) {
-    auto autoNeg = [](unsigned short v) {
-        return encode(
-            [&](unsigned char* b, int l) { return AutoNegAdvertisedCapAsU16ToAsnBits(v, b, l); });
-    };
+    // Several members, empty sets (still their full size), storage above 16 bits.
+    EXPECT_EQ(linkAgg(0xff), Bytes{0xff});
+    EXPECT_EQ(dot3Tlvs(0x5), Bytes{0xa0});
+    EXPECT_EQ(enabledTlvs(0x0), Bytes{0x00});
+    EXPECT_EQ(dot3Tlvs(0x0), Bytes{0x00});
+    EXPECT_EQ(sysCap(0xffff0005u), (Bytes{0xa0, 0x00}));
+    // Auto-negotiation capabilities: high octet first, bits as they are.
     EXPECT_EQ(autoNeg(0x8001), (Bytes{0x80, 0x01}));
     EXPECT_EQ(autoNeg(0x0102), (Bytes{0x01, 0x02}));
-    EXPECT_EQ(autoNeg(0x0000), (Bytes{0x00, 0x00}));
 }
 
-TEST(ConvBits, AutoNegCapabilityReturnsZeroAndWritesNothingIntoAShortBuffer) {
-    Buffer buf;
-    const unsigned short value = 0x8001;
-    EXPECT_EQ(AutoNegAdvertisedCapAsU16ToAsnBits(value, buf.data(), 1), 0);
-    EXPECT_EQ(AutoNegAdvertisedCapAsU16ToAsnBits(value, buf.data(), 0), 0);
-    EXPECT_EQ(buf.first(2), (Bytes{untouched, untouched}));
+TEST(ConvOui, EncodesInNetworkOrderAndDecodesUnsignedOctets) {
+    const std::pair<uint32_t, Bytes> cases[] = {
+        {0x000000, {0x00, 0x00, 0x00}}, {0x0080c2, {0x00, 0x80, 0xc2}},
+        {0x0180fe, {0x01, 0x80, 0xfe}}, {0xff0000, {0xff, 0x00, 0x00}},
+        {0xffffff, {0xff, 0xff, 0xff}},
+    };
+    for (auto [value, octets] : cases) {
+        EXPECT_EQ(oui(value), octets) << std::hex << value;
+        EXPECT_EQ(AsnOctetStringToOui(octets.data(), 3).value(), value) << std::hex << value;
+    }
 }
 
 using ConvBitsDeathTest = ::testing::Test;
 
-TEST_F(ConvBitsDeathTest, ShortBufferStopsTheProcessWithAssertionFalse) {
-    unsigned char buf[2] = {};
-    EXPECT_DEATH(SystemCapabilitiesMapToAsnBits(Lldp::SystemCapabilitiesMap{1}, buf, 1),
-                 "assertion \"false\" failed: int SystemCapabilitiesMapToAsnBits");
-    EXPECT_DEATH(EnabledTlvsToAsnBits(Lldp::PortConfig::EnabledTlvs(1), buf, 0),
-                 "assertion \"false\" failed: int EnabledTlvsToAsnBits");
-    EXPECT_DEATH(Dot3EnabledTlvsToAsnBits(Lldp::PortConfig::Dot3EnabledTlvs(1), buf, 0),
-                 "assertion \"false\" failed: int Dot3EnabledTlvsToAsnBits");
-    EXPECT_DEATH(LinkAggStatusMapToAsnBits(Lldp::LinkAggStatusMap{1}, buf, 0),
-                 "assertion \"false\" failed: int LinkAggStatusMapToAsnBits");
-    EXPECT_DEATH(OuiToAsnOctetString(Lldp::Oui(0x0080c2), buf, 2),
-                 "assertion \"false\" failed: int OuiToAsnOctetString");
-}
+TEST_F(ConvBitsDeathTest, ABufferOneOctetShortStopsTheProcessAndAnExactOneFits) {
+    unsigned char buf[4] = {untouched, untouched, untouched, untouched};
+    EXPECT_EQ(LinkAggStatusMapToAsnBits({0x03}, buf, 1), 1);
+    EXPECT_EQ(EnabledTlvsToAsnBits(PortConfig::EnabledTlvs(0x2), buf + 1, 1), 1);
+    EXPECT_EQ(Bytes(buf, buf + 3), (Bytes{0xc0, 0x40, untouched}));
+    // The auto-negotiation capability answers a short buffer with zero octets.
+    EXPECT_EQ(AutoNegAdvertisedCapAsU16ToAsnBits(0x8001, buf, 1), 0);
+    EXPECT_EQ(buf[0], 0xc0);
 
-// --- OUI ----------------------------------------------------------------------------------
-
-Bytes ouiOctets(uint32_t value) {
-    return encode(
-        [&](unsigned char* b, int l) { return OuiToAsnOctetString(Lldp::Oui(value), b, l); });
-}
-
-TEST(ConvOui, EncodesInNetworkOrder) {
-    EXPECT_EQ(ouiOctets(0x0080c2), (Bytes{0x00, 0x80, 0xc2}));
-    EXPECT_EQ(ouiOctets(0x00120f), (Bytes{0x00, 0x12, 0x0f}));
-    EXPECT_EQ(ouiOctets(0xff0001), (Bytes{0xff, 0x00, 0x01}));
-}
-
-TEST(ConvOui, DecodesThreeOctetsAsUnsignedBytes) {
-    unsigned char dot1[] = {0x00, 0x80, 0xc2};
-    EXPECT_EQ(AsnOctetStringToOui(dot1, 3).value(), 0x0080c2u);
-    // Octets with the high bit set must not sign-extend into their neighbours.
-    unsigned char high[] = {0x01, 0x80, 0xfe};
-    EXPECT_EQ(AsnOctetStringToOui(high, 3).value(), 0x0180feu);
-    unsigned char top[] = {0xff, 0x00, 0x00};
-    EXPECT_EQ(AsnOctetStringToOui(top, 3).value(), 0xff0000u);
-}
-
-TEST(ConvOui, RoundTripsThroughItsOctetString) {
-    for (uint32_t value : {0x000000u, 0x0080c2u, 0x00120fu, 0xabcdefu, 0xffffffu}) {
-        unsigned char buf[3];
-        ASSERT_EQ(OuiToAsnOctetString(Lldp::Oui(value), buf, 3), 3);
-        EXPECT_EQ(AsnOctetStringToOui(buf, 3).value(), value);
-    }
-}
-
-using ConvOuiDeathTest = ::testing::Test;
-
-TEST_F(ConvOuiDeathTest, DecodingAnythingButThreeOctetsStopsTheProcess) {
-    unsigned char buf[4] = {0x00, 0x80, 0xc2, 0x01};
+    const char* failed = "assertion \"false\" failed";
+    EXPECT_DEATH(SystemCapabilitiesMapToAsnBits({1}, buf, 1), failed);
+    EXPECT_DEATH(EnabledTlvsToAsnBits(PortConfig::EnabledTlvs(1), buf, 0), failed);
+    EXPECT_DEATH(Dot3EnabledTlvsToAsnBits(PortConfig::Dot3EnabledTlvs(1), buf, 0), failed);
+    EXPECT_DEATH(LinkAggStatusMapToAsnBits({1}, buf, 0), failed);
+    EXPECT_DEATH(OuiToAsnOctetString(Lldp::Oui(0x0080c2), buf, 2), failed);
     EXPECT_DEATH(AsnOctetStringToOui(buf, 2),
                  "assertion \"len == 3\" failed: Lldp::Oui AsnOctetStringToOui\\(void\\*, U32\\)");
     EXPECT_DEATH(AsnOctetStringToOui(buf, 4), "assertion \"len == 3\" failed");
 }
 
-// --- transmit port lists ------------------------------------------------------------------
+// --- transmit port lists and the published root --------------------------------------------
 
 // Each test publishes its own root; the process-wide one is forgotten around it.
 class ConvPortList : public ::testing::Test {
@@ -207,19 +131,16 @@ protected:
             list->portIdIs(EthPortId(p));
         return list;
     }
-
     static Bytes encodeList(const Zim::Ptr<const Lldp::Snmp::PortList>& list) {
-        return encode(
-            [&](unsigned char* b, int l) { return PortsTxEnableToAsnOctetString(list, b, l); });
+        return encode([&](auto b, int l) { return PortsTxEnableToAsnOctetString(list, b, l); });
     }
     static Bytes encodePorts(std::initializer_list<uint16_t> ports) {
         return encodeList(portList(ports));
     }
 
-    // A port configuration row for the port, referring to a configuration with the flag set
-    // as given.
-    Zim::Ptr<Lldp::PortConfig> configurePort(uint16_t port, bool manAddrTxEnable) {
-        auto config = Zim::makePtr<Lldp::PortConfig>("Ethernet" + std::to_string(port));
+    // A port configuration row for the port, with its flag as given.
+    Zim::Ptr<PortConfig> configurePort(uint16_t port, bool manAddrTxEnable) {
+        auto config = Zim::makePtr<PortConfig>("Ethernet" + std::to_string(port));
         config->manAddrTxEnableIs(manAddrTxEnable);
         root_->portConfigIs(EthPortId(port), config);
         return config;
@@ -228,96 +149,48 @@ protected:
     Lldp::Snmp::Root::Ptr root_;
 };
 
-TEST_F(ConvPortList, PortOneIsTheHighBitOfTheFirstOctet) {
+TEST_F(ConvPortList, PortNIsBitNOfTheListCountingFromTheHighBitOfTheFirstOctet) {
+    Bytes highest(512, 0x00);
+    highest.back() = 0x04;
     EXPECT_EQ(encodePorts({1}), Bytes{0x80});
     EXPECT_EQ(encodePorts({8}), Bytes{0x01});
-}
-
-TEST_F(ConvPortList, EachOctetHoldsEightPorts) {
-    EXPECT_EQ(encodePorts({1, 10}), (Bytes{0x80, 0x40}));
     EXPECT_EQ(encodePorts({9}), (Bytes{0x00, 0x80}));
-    EXPECT_EQ(encodePorts({16}), (Bytes{0x00, 0x01}));
     EXPECT_EQ(encodePorts({17}), (Bytes{0x00, 0x00, 0x80}));
-}
-
-TEST_F(ConvPortList, PortsSharingAnOctetAreAllKeptWhateverTheVisitingOrder) {
     EXPECT_EQ(encodePorts({1, 2, 3, 4, 5, 6, 7, 8}), Bytes{0xff});
     EXPECT_EQ(encodePorts({33, 1, 25, 9, 17}), (Bytes{0x80, 0x80, 0x80, 0x80, 0x80}));
     EXPECT_EQ(encodePorts({40, 3, 39, 2}), (Bytes{0x60, 0x00, 0x00, 0x00, 0x03}));
-}
-
-TEST_F(ConvPortList, TheHighestPortMakesTheLongestList) {
-    Bytes expected(512, 0x00);
-    expected.back() = 0x04;
-    EXPECT_EQ(encodePorts({EthPortId::max}), expected);
-}
-
-TEST_F(ConvPortList, PortZeroIsIgnored) {
+    EXPECT_EQ(encodePorts({EthPortId::max}), highest);
+    EXPECT_EQ(encodePorts({0, 3}), Bytes{0x20}) << "port 0 is ignored";
     EXPECT_EQ(encodePorts({0}), Bytes{});
-    EXPECT_EQ(encodePorts({0, 3}), Bytes{0x20});
-}
-
-TEST_F(ConvPortList, EmptyOrAbsentListsAreZeroOctets) {
-    EXPECT_EQ(encodePorts({}), Bytes{});
-    EXPECT_EQ(encodeList(nullptr), Bytes{});
-}
-
-TEST_F(ConvPortList, AbsentListNeedsNoRoot) {
-    lldpRootResetForTesting();
-    EXPECT_EQ(encodeList(nullptr), Bytes{});
     EXPECT_EQ(encodePorts({}), Bytes{});
 }
 
-TEST_F(ConvPortList, PortsAreSentUnlessTheirConfigurationSaysOtherwise) {
+TEST_F(ConvPortList, PortsAreSentUnlessTheirConfigurationAsReadNowSaysOtherwise) {
     configurePort(1, false);
     configurePort(2, true);
-    // Port 3 has no configuration row and is sent.
-    EXPECT_EQ(encodePorts({1, 2, 3}), Bytes{0x60});
-}
-
-TEST_F(ConvPortList, AHighPortLeftOutDoesNotLengthenTheList) {
-    configurePort(20, false);
-    EXPECT_EQ(encodePorts({2, 20}), Bytes{0x40});
-    EXPECT_EQ(encodePorts({20}), Bytes{});
-}
-
-TEST_F(ConvPortList, TheFlagIsReadFromTheAgentConfigurationAtEachConversion) {
-    auto config = configurePort(5, false);
-    const auto list = portList({5});
-    EXPECT_EQ(encodeList(list), Bytes{});
-    config->manAddrTxEnableIs(true);
-    EXPECT_EQ(encodeList(list), Bytes{0x08});
-}
-
-TEST_F(ConvPortList, ARowReferringToNoConfigurationIsLeftOut) {
+    // Port 3 has no configuration row and is sent; port 4's row refers to no configuration.
     root_->portConfigIs(EthPortId(4), nullptr);
-    EXPECT_EQ(encodePorts({4}), Bytes{});
-}
+    EXPECT_EQ(encodePorts({1, 2, 3, 4}), Bytes{0x60});
 
-TEST_F(ConvPortList, OctetsBeyondTheResultAreLeftAsTheCallerHadThem) {
-    Buffer buf;
-    ASSERT_EQ(PortsTxEnableToAsnOctetString(portList({1, 17}), buf.data(), bufferSize), 3);
-    EXPECT_EQ(buf.first(4), (Bytes{0x80, 0x00, 0x80, untouched}));
-    EXPECT_EQ(buf.octets.back(), untouched);
-}
-
-TEST_F(ConvPortList, AListThatExactlyFillsTheBufferFits) {
-    unsigned char buf[2] = {untouched, untouched};
-    EXPECT_EQ(PortsTxEnableToAsnOctetString(portList({16}), buf, 2), 2);
-    EXPECT_EQ(Bytes(buf, buf + 2), (Bytes{0x00, 0x01}));
+    auto config = configurePort(20, false);
+    EXPECT_EQ(encodePorts({2, 20}), Bytes{0x40}) << "a port left out does not lengthen the list";
+    config->manAddrTxEnableIs(true);
+    EXPECT_EQ(encodePorts({2, 20}), (Bytes{0x40, 0x00, 0x10}));
 }
 
 using ConvPortListDeathTest = ConvPortList;
 
-TEST_F(ConvPortListDeathTest, AListLongerThanTheBufferStopsTheProcess) {
-    unsigned char buf[2] = {};
+TEST_F(ConvPortListDeathTest, AShortBufferOrAMissingRootStopsTheProcess) {
+    unsigned char buf[8] = {untouched, untouched, untouched};
+    EXPECT_EQ(PortsTxEnableToAsnOctetString(portList({16}), buf, 2), 2);
+    EXPECT_EQ(Bytes(buf, buf + 3), (Bytes{0x00, 0x01, untouched}));
     EXPECT_DEATH(PortsTxEnableToAsnOctetString(portList({17}), buf, 2),
                  "assertion \"newSize <= len\" failed");
-}
 
-TEST_F(ConvPortListDeathTest, APortWithoutAPublishedRootStopsTheProcess) {
     lldpRootResetForTesting();
-    unsigned char buf[8] = {};
+    // Absent and empty lists need no root.
+    EXPECT_EQ(encodeList(nullptr), Bytes{});
+    EXPECT_EQ(encodePorts({}), Bytes{});
     EXPECT_DEATH(PortsTxEnableToAsnOctetString(portList({3}), buf, 8),
                  "assertion \"root_\" failed");
     // The root is consulted before the port number is judged.
@@ -325,37 +198,17 @@ TEST_F(ConvPortListDeathTest, APortWithoutAPublishedRootStopsTheProcess) {
                  "assertion \"root_\" failed");
 }
 
-// --- the published root -------------------------------------------------------------------
-
-class ConvRoot : public ::testing::Test {
-protected:
-    void SetUp() override { lldpRootResetForTesting(); }
-    void TearDown() override { lldpRootResetForTesting(); }
-};
-
-TEST_F(ConvRoot, IsNullUntilPublishedAndThenTheRootGiven) {
-    EXPECT_FALSE(lldpRoot());
-    auto root = Lldp::Snmp::rootFactory("root");
-    lldpRootIs(root);
-    EXPECT_EQ(lldpRoot().get(), root.get());
-}
-
-TEST_F(ConvRoot, HoldsAReferenceOnThePublishedRoot) {
-    auto root = Lldp::Snmp::rootFactory("root");
-    const long before = root->references();
-    lldpRootIs(root);
-    EXPECT_EQ(root->references(), before + 1);
+TEST_F(ConvPortListDeathTest, TheRootIsHeldOnceItIsPublishedAndASecondPublicationStops) {
     lldpRootResetForTesting();
-    EXPECT_EQ(root->references(), before);
-}
-
-using ConvRootDeathTest = ConvRoot;
-
-TEST_F(ConvRootDeathTest, ASecondPublicationStopsTheProcess) {
-    auto root = Lldp::Snmp::rootFactory("root");
-    lldpRootIs(root);
+    EXPECT_FALSE(lldpRoot());
+    const long before = root_->references();
+    lldpRootIs(root_);
+    EXPECT_EQ(lldpRoot().get(), root_.get());
+    EXPECT_EQ(root_->references(), before + 1);
     EXPECT_DEATH(lldpRootIs(Lldp::Snmp::rootFactory("other")), "assertion \"!root_\" failed");
-    EXPECT_DEATH(lldpRootIs(root), "assertion \"!root_\" failed");
+    EXPECT_DEATH(lldpRootIs(root_), "assertion \"!root_\" failed");
+    lldpRootResetForTesting();
+    EXPECT_EQ(root_->references(), before);
 }
 
 // --- TLV-received predicates --------------------------------------------------------------
@@ -363,13 +216,7 @@ TEST_F(ConvRootDeathTest, ASecondPublicationStopsTheProcess) {
 using Predicate = bool (*)(const Lldp::Snmp::Root::RemoteSystemMap::ConstIterator&);
 using FlagSetter = void (Lldp::RemoteSystem::*)(const bool&);
 
-struct TlvFlag {
-    const char* name;
-    Predicate predicate;
-    FlagSetter setter;
-};
-
-const TlvFlag tlvFlags[] = {
+const std::tuple<const char*, Predicate, FlagSetter> tlvFlags[] = {
     {"portVlanId", portVlanIdTlvReceived, &Lldp::RemoteSystem::portVlanIdTlvReceivedIs},
     {"macPhyConfigStatus", macPhyConfigStatusTlvReceived,
      &Lldp::RemoteSystem::macPhyConfigStatusTlvReceivedIs},
@@ -380,60 +227,23 @@ const TlvFlag tlvFlags[] = {
      &Lldp::RemoteSystem::maximumFrameSizeTlvReceivedIs},
 };
 
-class ConvTlvReceived : public ::testing::Test {
-protected:
-    Lldp::Snmp::Root::Ptr root_ = Lldp::Snmp::rootFactory("root");
-    const Lldp::Snmp::RemoteSystemKey key_{EthPortId(3), 1};
-};
-
-TEST_F(ConvTlvReceived, EachPredicateAnswersItsOwnFlagOnly) {
-    for (const auto& sent : tlvFlags) {
-        auto remote = Zim::makePtr<Lldp::RemoteSystem>("1", 1);
-        (remote.get()->*sent.setter)(true);
-        root_->remoteSystemDelAll();
-        root_->remoteSystemIs(key_, remote);
-        const auto it = root_->remoteSystem().begin();
-        for (const auto& asked : tlvFlags) {
-            EXPECT_EQ(asked.predicate(it), &asked == &sent)
-                << asked.name << " asked when only " << sent.name << " was received";
-        }
-    }
-}
-
-TEST_F(ConvTlvReceived, PredicatesFollowTheAgentEntityAsItChanges) {
-    auto remote = Zim::makePtr<Lldp::RemoteSystem>("1", 1);
-    root_->remoteSystemIs(key_, remote);
-    const auto it = root_->remoteSystem().begin();
-    for (const auto& flag : tlvFlags) {
-        EXPECT_FALSE(flag.predicate(it)) << flag.name;
-        (remote.get()->*flag.setter)(true);
-        EXPECT_TRUE(flag.predicate(it)) << flag.name;
-        (remote.get()->*flag.setter)(false);
-        EXPECT_FALSE(flag.predicate(it)) << flag.name;
-    }
-}
-
-TEST_F(ConvTlvReceived, ARowReferringToNoNeighbourIsFalse) {
-    root_->remoteSystemIs(key_, nullptr);
-    const auto it = root_->remoteSystem().begin();
-    ASSERT_FALSE(it.atEnd());
-    for (const auto& flag : tlvFlags)
-        EXPECT_FALSE(flag.predicate(it)) << flag.name;
-}
-
-TEST_F(ConvTlvReceived, TheEndOfTheCollectionIsFalse) {
-    const Lldp::Snmp::Root::RemoteSystemMap::ConstIterator unpositioned;
-    const auto empty = root_->remoteSystem().begin();
-    auto remote = Zim::makePtr<Lldp::RemoteSystem>("1", 1);
-    for (const auto& flag : tlvFlags)
-        (remote.get()->*flag.setter)(true);
-    root_->remoteSystemIs(key_, remote);
-    auto past = root_->remoteSystem().begin();
+TEST(ConvTlvReceived, EachPredicateFollowsItsOwnFlagOnlyAndIsFalseWithoutANeighbour) {
+    const auto root = Lldp::Snmp::rootFactory("root");
+    const auto remote = Zim::makePtr<Lldp::RemoteSystem>("2", 2);
+    root->remoteSystemIs({EthPortId(3), 1}, nullptr);
+    root->remoteSystemIs({EthPortId(3), 2}, remote);
+    const auto withoutNeighbour = root->remoteSystem().begin();
+    const auto it = root->remoteSystem().at({EthPortId(3), 2});
+    auto past = it;
     ++past;
-    for (const auto& flag : tlvFlags) {
-        EXPECT_FALSE(flag.predicate(unpositioned)) << flag.name;
-        EXPECT_FALSE(flag.predicate(empty)) << flag.name;
-        EXPECT_FALSE(flag.predicate(past)) << flag.name;
+    for (const auto& [name, predicate, setter] : tlvFlags) {
+        (remote.get()->*setter)(true);
+        for (const auto& [askedName, asked, unused] : tlvFlags)
+            EXPECT_EQ(asked(it), asked == predicate) << askedName << " when " << name << " is set";
+        EXPECT_FALSE(predicate(withoutNeighbour)) << name;
+        EXPECT_FALSE(predicate(past)) << name;
+        EXPECT_FALSE(predicate({})) << name;
+        (remote.get()->*setter)(false);
     }
 }
 

@@ -1,0 +1,297 @@
+"""State documents (the dicts the tests write as state files) and the rows the LLDP MIBs should
+show for them, following the MIB definitions (index encodings, BITS numbering, PortList,
+TruthValue), not the daemon's code."""
+
+import ipaddress
+
+from conftest import as_dict, parse_oid
+
+LLDP = (1, 0, 8802, 1, 1, 2)
+OBJECTS = LLDP + (1,)
+DOT1, DOT3 = OBJECTS + (5, 32962, 1), OBJECTS + (5, 4623, 1)
+PORT_CONFIG, CONFIG_MAN_ADDR = OBJECTS + (1, 6), OBJECTS + (1, 7)
+STATS_TX_PORT, STATS_RX_PORT = OBJECTS + (2, 6), OBJECTS + (2, 7)
+LOC_PORT, LOC_MAN_ADDR = OBJECTS + (3, 7), OBJECTS + (3, 8)
+REM, REM_MAN_ADDR, REM_UNKNOWN_TLV, REM_ORG_DEF_INFO = (OBJECTS + (4, t) for t in (1, 2, 3, 4))
+X1_CONFIG_PORT_VLAN, X1_LOC = DOT1 + (1, 1), DOT1 + (2, 1)
+X1_REM, X1_REM_PROTO_VLAN, X1_REM_VLAN_NAME, X1_REM_PROTOCOL = (DOT1 + (3, t) for t in (1, 2, 3, 4))
+X3_PORT_CONFIG, X3_LOC_LINK_AGG, X3_LOC_MAX_FRAME = DOT3 + (1, 1), DOT3 + (2, 3), DOT3 + (2, 4)
+X3_REM_PORT, X3_REM_POWER, X3_REM_LINK_AGG, X3_REM_MAX_FRAME = (DOT3 + (3, t) for t in (1, 2, 3, 4))
+TABLES = [PORT_CONFIG, CONFIG_MAN_ADDR, STATS_TX_PORT, STATS_RX_PORT, LOC_PORT, LOC_MAN_ADDR, REM,
+          REM_MAN_ADDR, REM_UNKNOWN_TLV, REM_ORG_DEF_INFO, X1_CONFIG_PORT_VLAN, X1_LOC, X1_REM,
+          X1_REM_PROTO_VLAN, X1_REM_VLAN_NAME, X1_REM_PROTOCOL, X3_PORT_CONFIG, X3_LOC_LINK_AGG,
+          X3_LOC_MAX_FRAME, X3_REM_PORT, X3_REM_POWER, X3_REM_LINK_AGG, X3_REM_MAX_FRAME]
+# lldpStatsRemTables LastChangeTime, Inserts, Deletes, Drops, Ageouts; lldpRemTablesChange.
+LAST_CHANGE, INSERTS, DELETES, DROPS, AGEOUTS = (OBJECTS + (2, k, 0) for k in range(1, 6))
+REM_TABLES_CHANGE = LLDP + (0, 0, 1)
+CHASSIS_ID = {"chassisComponent": 1, "interfaceAlias": 2, "portComponent": 3, "macAddress": 4,
+              "networkAddress": 5, "interfaceName": 6, "local": 7}
+PORT_ID = {"interfaceAlias": 1, "portComponent": 2, "macAddress": 3, "networkAddress": 4,
+           "interfaceName": 5, "agentCircuitId": 6, "local": 7}
+ADMIN_STATUS = {"txOnly": 1, "rxOnly": 2, "txAndRx": 3, "disabled": 4}
+IF_SUBTYPE = {"unknown": 1, "ifIndex": 2, "systemPortNumber": 3}
+FAMILY = {"other": 0, "ipV4": 1, "ipV6": 2, "all802": 6}
+CAPABILITIES = {"other": 0, "repeater": 1, "bridge": 2, "wlanAccessPoint": 3, "router": 4,
+                "telephone": 5, "docsisCableDevice": 6, "stationOnly": 7}
+TLVS = {"portDesc": 0, "sysName": 1, "sysDesc": 2, "sysCap": 3}
+DOT3_TLVS = {"macPhyConfigStatus": 0, "powerViaMDI": 1, "linkAggregation": 2, "maxFrameSize": 3}
+LINK_AGG = {"aggCapable": 0, "aggEnabled": 1, "capable": 0, "enabled": 1}
+POWER_PORT_CLASS, POWER_PAIRS = {"pClassPSE": 1, "pClassPD": 2}, {"signal": 1, "spare": 2}
+POWER_CLASS = {"class0": 1, "class1": 2, "class2": 3, "class3": 4, "class4": 5}
+LONG_AGO = 1700000000.0  # before any daemon of the tests started: time mark 0
+RX_COUNTERS = ["rxFramesDiscardedTotal", "rxFramesErrors", "rxFramesTotal", "rxTLVsDiscardedTotal",
+               "rxTLVsUnrecognizedTotal"]
+
+
+def neighbour(index, **fields):
+    """A neighbour of a state document, unchanged since long ago."""
+    return {"index": index, "lastChangeTime": LONG_AGO, "chassisIdSubtype": "local",
+            "chassisId": f"chassis-{index}", "portIdSubtype": "local", "portId": f"port-{index}",
+            **fields}
+
+
+def port(state, number):
+    return next(i for i in state["interfaces"] if i["portNum"] == number)
+
+
+def entry(table, column, *index):
+    return tuple(table) + (1, column) + tuple(index)
+
+
+def table_rows(rows, table):
+    return {o: v for o, v in rows.items() if o[:len(table)] == tuple(table)}
+
+
+def integer(value, names=None):
+    return ("INTEGER", value if names is None or isinstance(value, int) else names[value])
+
+
+def truth(flag):
+    return ("INTEGER", 1 if flag else 2)
+
+
+def octets(value):
+    """A state-file octet string (text, or {"hex": ...}) or bytes, as the tools print it."""
+    if isinstance(value, dict):
+        value = bytes.fromhex(value["hex"])
+    elif isinstance(value, str):
+        value = value.encode()
+    return ("STRING", b"") if value == b"" else ("Hex-STRING", value)
+
+
+def bits(members, names, length):
+    """SNMP BITS: bit k is 0x80 >> (k % 8) of octet k // 8."""
+    out = bytearray(length)
+    for k in (m if isinstance(m, int) else names[m] for m in members):
+        out[k // 8] |= 0x80 >> (k % 8)
+    return octets(bytes(out))
+
+
+def port_list(ports):
+    """PortList: port p is bit p - 1, as many octets as the highest port needs."""
+    out = bytearray((max(ports, default=0) + 7) // 8)
+    for p in ports:
+        out[(p - 1) // 8] |= 0x80 >> ((p - 1) % 8)
+    return bytes(out)
+
+
+def identifier(holder, key, mac_subtypes):
+    """A chassis or port id: "aa:bb:..." or "aa-bb-..." is six bytes for subtype macAddress."""
+    value = holder[key]
+    if holder.get(key + "Subtype") in mac_subtypes and isinstance(value, str):
+        return bytes.fromhex(value.replace(":", "").replace("-", ""))
+    return octets(value)[1]
+
+
+def man_addr_index(a):
+    """lldp*ManAddrSubtype, then lldp*ManAddr with its length."""
+    raw = a["address"]
+    if a["subtype"] in ("ipV4", "ipV6", 1, 2) and isinstance(raw, str):
+        raw = ipaddress.ip_address(raw).packed
+    raw = octets(raw)[1]
+    return (integer(a["subtype"], FAMILY)[1], len(raw)) + tuple(raw)
+
+
+def oui(value):
+    if isinstance(value, int):
+        return tuple(value.to_bytes(3, "big"))
+    return tuple(octets(value)[1] if isinstance(value, dict) else bytes.fromhex(
+        value.replace("-", "").replace(":", "")))
+
+
+def put(rows, table, index, column, *values):
+    """Values of consecutive columns, from `column` on, of one row."""
+    for k, value in enumerate(values):
+        rows[entry(table, column + k, *index)] = value
+
+
+def expected_rows(state, mark=0):
+    """{instance OID: (type, value)} of every table of the three modules; neighbours under
+    time mark `mark`."""
+    rows = {}
+    interfaces = sorted(state.get("interfaces", []), key=lambda i: i["portNum"])
+    for intf in interfaces:
+        p, c, loc = (intf["portNum"],), intf.get("config", {}), intf.get("local", {})
+        s = intf.get("statistics", {})
+        put(rows, PORT_CONFIG, p, 2, integer(c.get("adminStatus", "txAndRx"), ADMIN_STATUS),
+            truth(c.get("notificationEnable")), bits(c.get("tlvsTxEnable", []), TLVS, 1))
+        put(rows, STATS_TX_PORT, p, 2, ("Counter32", s.get("txFramesTotal", 0)))
+        put(rows, STATS_RX_PORT, p, 2, *[("Counter32", s.get(n, 0)) for n in RX_COUNTERS],
+            ("Gauge32", s.get("rxAgeoutsTotal", 0)))
+        put(rows, LOC_PORT, p, 2, integer(loc.get("portIdSubtype", "interfaceName"), PORT_ID),
+            octets(identifier({"portId": intf["name"], **loc}, "portId", ("macAddress", 3))),
+            octets(loc.get("portDesc", "")))
+        put(rows, X1_CONFIG_PORT_VLAN, p, 1, truth(c.get("portVlanTxEnable")))
+        put(rows, X1_LOC, p, 1, integer(loc.get("portVlanId", 0)))
+        put(rows, X3_PORT_CONFIG, p, 1, bits(c.get("dot3TlvsTxEnable", []), DOT3_TLVS, 1))
+        put(rows, X3_LOC_LINK_AGG, p, 1, bits(loc.get("linkAggStatus", []), LINK_AGG, 1),
+            integer(loc.get("linkAggPortId", 0)))
+        put(rows, X3_LOC_MAX_FRAME, p, 1, integer(loc.get("maxFrameSize", 0)))
+    for a in state["localSystem"].get("managementAddresses", []):
+        i = man_addr_index(a)
+        # Sent on no port without a priority, else on every port that sends addresses.
+        sent_on = [x["portNum"] for x in interfaces if a.get("priority")
+                   and x.get("config", {}).get("manAddrTxEnable")]
+        put(rows, CONFIG_MAN_ADDR, i, 1, octets(port_list(sent_on)))
+        put(rows, LOC_MAN_ADDR, i, 3, integer(i[1] + 1), *man_addr_columns(a))
+    for intf in interfaces:
+        for n in sorted(intf.get("neighbors", []), key=lambda n: n["index"]):
+            neighbour_rows(rows, (mark, intf["portNum"], n["index"]), n)
+    return rows
+
+
+def man_addr_columns(a):
+    return (integer(a.get("ifSubtype", "unknown"), IF_SUBTYPE), integer(a.get("ifId", 0)),
+            ("OID", parse_oid(a.get("oid", "0.0"))))
+
+
+def neighbour_rows(rows, i, n):
+    put(rows, REM, i, 4, integer(n["chassisIdSubtype"], CHASSIS_ID),
+        octets(identifier(n, "chassisId", ("macAddress", 4))),
+        integer(n["portIdSubtype"], PORT_ID), octets(identifier(n, "portId", ("macAddress", 3))),
+        *[octets(n.get(k, "")) for k in ("portDesc", "sysName", "sysDesc")],
+        bits(n.get("sysCapSupported", []), CAPABILITIES, 2),
+        bits(n.get("sysCapEnabled", []), CAPABILITIES, 2))
+    for a in n.get("managementAddresses", []):
+        put(rows, REM_MAN_ADDR, i + man_addr_index(a), 3, *man_addr_columns(a))
+    for t in n.get("unknownTlvs", []):
+        put(rows, REM_UNKNOWN_TLV, i + (t["type"],), 2, octets(t["info"]))
+    for t in n.get("orgDefTlvs", []):
+        put(rows, REM_ORG_DEF_INFO, i + oui(t["oui"]) + (t["subtype"], t["index"]), 4,
+            octets(t["info"]))
+    dot1, dot3 = n.get("dot1", {}), n.get("dot3", {})
+    if "portVlanId" in dot1:
+        put(rows, X1_REM, i, 1, integer(dot1["portVlanId"]))
+    for v in dot1.get("protoVlans", []):
+        put(rows, X1_REM_PROTO_VLAN, i + (v["id"],), 2, truth(v.get("supported")),
+            truth(v.get("enabled")))
+    for v in dot1.get("vlanNames", []):
+        put(rows, X1_REM_VLAN_NAME, i + (v["id"],), 2, octets(v["name"]))
+    for v in dot1.get("protocols", []):
+        put(rows, X1_REM_PROTOCOL, i + (v["index"],), 2, octets(v["id"]))
+    if "macPhy" in dot3:
+        m = dot3["macPhy"]
+        cap = m.get("autoNegAdvertisedCap", 0)
+        cap = int(cap, 16) if isinstance(cap, str) else cap
+        put(rows, X3_REM_PORT, i, 1, truth(m.get("autoNegSupported")),
+            truth(m.get("autoNegEnabled")), ("Hex-STRING", cap.to_bytes(2, "big")),
+            integer(m.get("operMauType", 0)))
+    if "power" in dot3:
+        w = dot3["power"]
+        put(rows, X3_REM_POWER, i, 1, integer(w.get("portClass", 0), POWER_PORT_CLASS),
+            truth(w.get("mdiSupported")), truth(w.get("mdiEnabled")),
+            truth(w.get("pairControllable")), integer(w.get("pairs", 0), POWER_PAIRS),
+            integer(w.get("class", 0), POWER_CLASS))
+    if "linkAgg" in dot3:
+        put(rows, X3_REM_LINK_AGG, i, 1, bits(dot3["linkAgg"].get("status", []), LINK_AGG, 1),
+            integer(dot3["linkAgg"].get("portId", 0)))
+    if "maxFrameSize" in dot3:
+        put(rows, X3_REM_MAX_FRAME, i, 1, integer(dot3["maxFrameSize"]))
+
+
+def walk_rows(daemon):
+    """Every table row the daemon serves (a walk of the LLDP subtree without the scalars)."""
+    return {o: v for o, v in as_dict(daemon.walk(LLDP)).items() if len(o) > len(OBJECTS) + 3}
+
+
+ADDR_A = {"subtype": "ipV4", "address": "192.0.2.1", "ifSubtype": "ifIndex", "ifId": 1,
+          "oid": "1.3.6.1.2.1.2.2.1.1.1", "priority": 1}
+ADDR_B = {"subtype": "ipV6", "address": "2001:db8::1", "ifSubtype": "systemPortNumber",
+          "ifId": 7, "oid": "1.3.6.1.4.1.99999.1", "priority": 2}
+ADDR_C = {"subtype": "ipV4", "address": "198.51.100.7", "ifSubtype": "ifIndex", "ifId": 3}
+ADDR_D = {"subtype": "all802", "address": {"hex": "001c73000099"}, "priority": 3}
+UINT32_MAX = 4294967295
+
+
+def switch_state():
+    """A switch that gives every table of the three modules rows: ports listed out of order up
+    to 4094, the largest counters, values in all their spellings, and neighbours with the
+    longest strings, the largest index and TLVs of every kind (or none); port 3 has none."""
+    interfaces = []
+    for p in [10, 2, 1, 4094, 3, 200, 9, 11]:
+        k = p % 4
+        interfaces.append({"name": f"Ethernet{p}", "portNum": p, "config": {
+            "adminStatus": ["txOnly", 2, "txAndRx", "disabled"][k],
+            "notificationEnable": k % 2 == 1, "manAddrTxEnable": p in (1, 10),
+            "tlvsTxEnable": [[], ["portDesc"], ["sysName", 3], list(TLVS)][k],
+            "dot3TlvsTxEnable": [[], ["macPhyConfigStatus", 3], list(DOT3_TLVS), [1, 2]][k],
+            "portVlanTxEnable": k == 1}, "local": {
+            "portDesc": f"to rack {p}" if k else "", "portVlanId": p if k else 0,
+            "linkAggStatus": [[], ["aggCapable"], ["aggCapable", "aggEnabled"], ["enabled"]][k],
+            "linkAggPortId": 1000 + p if k else 0, "maxFrameSize": [0, 1518, 9236, 65535][k]},
+            "statistics": {name: p * 1000 + j for j, name in enumerate(
+                ["txFramesTotal", "rxAgeoutsTotal"] + RX_COUNTERS)}})
+    ports = {i["portNum"]: i for i in interfaces}
+    ports[2]["local"].update({"portIdSubtype": "macAddress", "portId": "00-1c-73-aa-bb-02"})
+    ports[3]["local"].update({"portIdSubtype": "local", "portId": {"hex": "00ff10"}})
+    ports[9]["local"]["portDesc"] = {"hex": "00ff"}
+    ports[4094]["statistics"].update(txFramesTotal=UINT32_MAX, rxAgeoutsTotal=UINT32_MAX,
+                                     rxFramesTotal=UINT32_MAX)
+    spine = neighbour(
+        1, chassisIdSubtype="macAddress", chassisId="00:1c:73:00:01:01",
+        portIdSubtype="interfaceName", portId="Ethernet49/1", portDesc="to leaf1",
+        sysName="spine1", sysDesc="Spine switch", sysCapSupported=["bridge", "router"],
+        sysCapEnabled=["router"], managementAddresses=[
+            {"subtype": "ipV6", "address": "2001:db8::10", "ifSubtype": "ifIndex", "ifId": 5,
+             "oid": "1.3.6.1.2.1.2.2.1.1.5"},
+            {"subtype": "ipV4", "address": "192.0.2.10", "ifSubtype": "systemPortNumber",
+             "ifId": 49},
+            {"subtype": "other", "address": {"hex": "ab" * 31}, "ifId": 2147483647}],
+        unknownTlvs=[{"type": 126, "info": "z" * 511}, {"type": 9, "info": {"hex": "0102"}},
+                     {"type": 20, "info": ""}],
+        orgDefTlvs=[{"oui": "00-80-c2", "subtype": 7, "index": 2, "info": "abc"},
+                    {"oui": "00:12:bb", "subtype": 1, "index": 2, "info": {"hex": "ffff"}},
+                    {"oui": 4795, "subtype": 1, "index": 1, "info": {"hex": "00"}},
+                    {"oui": {"hex": "0012bb"}, "subtype": 3, "index": 1, "info": "x" * 507}],
+        dot1={"portVlanId": 10, "protoVlans": [{"id": 4094, "supported": True, "enabled": True},
+                                               {"id": 0, "supported": True}],
+              "vlanNames": [{"id": 20, "name": "servers"}, {"id": 10, "name": "users"},
+                            {"id": 4094, "name": "v" * 32}],
+              "protocols": [{"index": 2, "id": {"hex": "0026424203000000"}},
+                            {"index": 1, "id": "stp"}]},
+        dot3={"macPhy": {"autoNegSupported": True, "autoNegAdvertisedCap": "0x6c00",
+                         "operMauType": 30},
+              "power": {"portClass": "pClassPSE", "mdiSupported": True, "pairControllable": True,
+                        "pairs": "signal", "class": "class0"},
+              "linkAgg": {"status": ["capable", "enabled"], "portId": 12}, "maxFrameSize": 9216})
+    no_power = neighbour(2, dot1={"vlanNames": [{"id": 1, "name": "default"}]}, dot3={
+        "macPhy": {"autoNegEnabled": True, "autoNegAdvertisedCap": 32769, "operMauType": 16},
+        "linkAgg": {"status": [], "portId": 0}})
+    phone = neighbour(
+        5, chassisIdSubtype="networkAddress", chassisId={"hex": "01c0000207"},
+        portIdSubtype="macAddress", portId="00:1c:73:00:05:05", sysName="",
+        sysCapSupported=list(CAPABILITIES) + [8, 15], sysCapEnabled=["telephone", 9],
+        managementAddresses=[{"subtype": "all802", "address": {"hex": "001c73000505"}},
+                             {"subtype": "ipV4", "address": "198.51.100.5"}],
+        dot1={"portVlanId": 4094, "protoVlans": [{"id": 7}]},
+        dot3={"macPhy": {"autoNegAdvertisedCap": "0x0000"}, "maxFrameSize": 1518, "power": {
+            "portClass": 2, "mdiEnabled": True, "pairs": "spare", "class": "class4"}})
+    ports[1]["neighbors"] = [no_power, spine]
+    ports[2]["neighbors"] = [phone]
+    ports[10]["neighbors"] = [
+        neighbour(3, sysDesc="d" * 255, managementAddresses=[
+            {"subtype": "ipV4", "address": "192.0.2.30", "oid": "1.3.6.1.4.1.4294967295.1"}]),
+        neighbour(2147483647, unknownTlvs=[{"type": 125, "info": "last"}])]
+    return {"localSystem": {"chassisIdSubtype": "macAddress", "chassisId": "00:1c:73:00:00:99",
+                            "managementAddresses": [ADDR_C, ADDR_A, ADDR_D, ADDR_B]},
+            "interfaces": interfaces}
