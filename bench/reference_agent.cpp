@@ -62,9 +62,9 @@ constexpr unsigned columnSysCapSupported = 11;
 constexpr unsigned columnSysCapEnabled = 12;
 
 struct RemEntry {
-    long chassisIdSubtype = 4;  // macAddress
+    long chassisIdSubtype = 4; // macAddress
     std::string chassisId;
-    long portIdSubtype = 5;  // interfaceName
+    long portIdSubtype = 5; // interfaceName
     std::string portId;
     std::string portDesc;
     std::string sysName;
@@ -75,9 +75,13 @@ struct RemEntry {
 
 volatile std::sig_atomic_t stopRequested = 0;
 
-void onSignal(int) { stopRequested = 1; }
+void onSignal(int) {
+    stopRequested = 1;
+}
 
-void onLifetimeOver(unsigned int, void*) { stopRequested = 1; }
+void onLifetimeOver(unsigned int, void*) {
+    stopRequested = 1;
+}
 
 // The values bench_walk.py gives neighbour k (keep the two in step).
 RemEntry makeEntry(unsigned long k, unsigned long ports) {
@@ -111,9 +115,11 @@ void setString(netsnmp_variable_list* var, const std::string& value) {
 
 int handleRemTable(netsnmp_mib_handler*, netsnmp_handler_registration*,
                    netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {
-    if (reqinfo->mode != MODE_GET) return SNMP_ERR_NOERROR;
+    if (reqinfo->mode != MODE_GET)
+        return SNMP_ERR_NOERROR;
     for (netsnmp_request_info* request = requests; request; request = request->next) {
-        if (request->processed) continue;
+        if (request->processed)
+            continue;
         auto* entry = static_cast<RemEntry*>(netsnmp_tdata_extract_entry(request));
         netsnmp_table_request_info* info = netsnmp_extract_table_info(request);
         if (!entry || !info) {
@@ -161,7 +167,7 @@ struct Options {
     std::string listen = "udp:127.0.0.1:1161";
     unsigned long rows = 1000;
     unsigned long ports = 1000;
-    unsigned long lifetime = 3600;  // seconds
+    unsigned long lifetime = 3600; // seconds
 };
 
 [[noreturn]] void usage(int status) {
@@ -192,7 +198,8 @@ Options parseOptions(int argc, char** argv) {
     Options options;
     for (int i = 1; i < argc; ++i) {
         std::string_view arg = argv[i];
-        if (arg == "-h" || arg == "--help") usage(0);
+        if (arg == "-h" || arg == "--help")
+            usage(0);
         if (i + 1 >= argc) {
             std::fprintf(stderr, "%s: unknown or incomplete argument: %s\n", appName, argv[i]);
             usage(2);
@@ -221,10 +228,12 @@ Options parseOptions(int argc, char** argv) {
 // Builds and registers the table; the entries stay owned by `entries`.
 void registerRemTable(const Options& options, std::vector<std::unique_ptr<RemEntry>>& entries) {
     netsnmp_tdata* table = netsnmp_tdata_create_table("lldpRemTable", 0);
-    if (!table) throw std::runtime_error("netsnmp_tdata_create_table failed");
+    if (!table)
+        throw std::runtime_error("netsnmp_tdata_create_table failed");
 
     auto* info = SNMP_MALLOC_TYPEDEF(netsnmp_table_registration_info);
-    if (!info) throw std::runtime_error("out of memory");
+    if (!info)
+        throw std::runtime_error("out of memory");
     netsnmp_table_helper_add_indexes(info, ASN_TIMETICKS, ASN_INTEGER, ASN_INTEGER, 0);
     info->min_column = columnChassisIdSubtype;
     info->max_column = columnSysCapEnabled;
@@ -235,10 +244,12 @@ void registerRemTable(const Options& options, std::vector<std::unique_ptr<RemEnt
     for (unsigned long port = 1; port <= options.ports; ++port) {
         for (unsigned long index = 1; index <= perPort; ++index) {
             const unsigned long k = (index - 1) * options.ports + (port - 1);
-            if (k >= options.rows) break;
+            if (k >= options.rows)
+                break;
             entries.push_back(std::make_unique<RemEntry>(makeEntry(k, options.ports)));
             netsnmp_tdata_row* row = netsnmp_tdata_create_row();
-            if (!row) throw std::runtime_error("netsnmp_tdata_create_row failed");
+            if (!row)
+                throw std::runtime_error("netsnmp_tdata_create_row failed");
             row->data = entries.back().get();
             const u_long timeMark = 0;
             const long portNum = static_cast<long>(port);
@@ -273,12 +284,14 @@ int run(const Options& options, const std::string& stateDir) {
     snmp_enable_stderrlog();
     setenv("SNMPCONFPATH", stateDir.c_str(), 1);
     setenv("MIBS", "", 1);
-    netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_CONFIGURATION_DIR, stateDir.c_str());
+    netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_CONFIGURATION_DIR,
+                          stateDir.c_str());
     netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_PERSISTENT_DIR, stateDir.c_str());
     netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_ALARM_DONT_USE_SIG, 1);
-    netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 0);  // master
+    netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 0); // master
     // One log line per request would cost more than the table lookup being measured.
-    netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
+    netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID,
+                           NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
 
     // The access rule goes in the private configuration directory, read by init_snmp.
     const std::string confFile = stateDir + "/" + appName + ".conf";
@@ -289,7 +302,8 @@ int run(const Options& options, const std::string& stateDir) {
         throw std::runtime_error("cannot write " + confFile + ": " + std::strerror(errno));
     }
 
-    if (init_agent(appName) != 0) throw std::runtime_error("init_agent failed");
+    if (init_agent(appName) != 0)
+        throw std::runtime_error("init_agent failed");
     init_vacm_conf();
     init_vacm_vars();
 
@@ -312,7 +326,8 @@ int run(const Options& options, const std::string& stateDir) {
     while (!stopRequested) {
         // Blocks until a packet or the next alarm; a signal interrupts the wait.
         agent_check_and_process(1);
-        if (getppid() == 1) stopRequested = 1;
+        if (getppid() == 1)
+            stopRequested = 1;
     }
 
     snmp_shutdown(appName);
@@ -322,7 +337,7 @@ int run(const Options& options, const std::string& stateDir) {
     return 0;
 }
 
-}  // namespace
+} // namespace
 
 int main(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
@@ -330,7 +345,7 @@ int main(int argc, char** argv) {
     struct sigaction action {};
     action.sa_handler = onSignal;
     sigemptyset(&action.sa_mask);
-    action.sa_flags = 0;  // no SA_RESTART: the signal must end the wait for packets
+    action.sa_flags = 0; // no SA_RESTART: the signal must end the wait for packets
     sigaction(SIGTERM, &action, nullptr);
     sigaction(SIGINT, &action, nullptr);
     // Stop with the benchmark that started us, even if it could not say so.

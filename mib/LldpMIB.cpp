@@ -10,13 +10,13 @@
 
 #include <iostream>
 
+using Lldp::Snmp::Root;
+using LldpMibFrame::agentOrDefault;
 using LldpMibFrame::ColumnAnswer;
 using LldpMibFrame::HintValues;
 using LldpMibFrame::IndexObject;
 using LldpMibFrame::IndexWriter;
-using LldpMibFrame::agentOrDefault;
 using LldpMibFrame::portFromHint;
-using Lldp::Snmp::Root;
 
 namespace {
 
@@ -25,7 +25,9 @@ LldpMibFrame::Module& lldpMibModule() {
     return lldpMib;
 }
 
-const Zim::TraceHandle& _defaultTraceHandle() { return lldpMibModule().trace(); }
+const Zim::TraceHandle& _defaultTraceHandle() {
+    return lldpMibModule().trace();
+}
 
 #define TRACE(level, expr) ZTRACE(_defaultTraceHandle(), level, expr)
 
@@ -36,45 +38,56 @@ enum class Holder { config, status, localSystem };
 
 struct Scalar {
     const char* name;
-    oid suffix[3];  // below 1.0.8802.1.1.2.1
+    oid suffix[3]; // below 1.0.8802.1.1.2.1
     Holder holder;
     const char* attribute;
     const char* conversion;
     u_char asnType;
     int mode;
-    int minLength;  // octet strings only; -1 for the others
+    int minLength; // octet strings only; -1 for the others
     int maxLength;
     int (*read)(const Zim::Entity& entity, unsigned char* buffer, int capacity);
 };
 
 const char* pathOf(Holder holder) {
     switch (holder) {
-    case Holder::config: return "Statestore/l2discovery/lldp/config";
-    case Holder::status: return "Statestore/l2discovery/lldp/status/all";
-    case Holder::localSystem: return "Statestore/l2discovery/lldp/localSystem";
+    case Holder::config:
+        return "Statestore/l2discovery/lldp/config";
+    case Holder::status:
+        return "Statestore/l2discovery/lldp/status/all";
+    case Holder::localSystem:
+        return "Statestore/l2discovery/lldp/localSystem";
     }
     return "";
 }
 
 const char* typeOf(Holder holder) {
     switch (holder) {
-    case Holder::config: return "Lldp::Config";
-    case Holder::status: return "Lldp::AllStatus";
-    case Holder::localSystem: return "Lldp::LocalSystem";
+    case Holder::config:
+        return "Lldp::Config";
+    case Holder::status:
+        return "Lldp::AllStatus";
+    case Holder::localSystem:
+        return "Lldp::LocalSystem";
     }
     return "";
 }
 
 bool isOfType(Holder holder, const Zim::Entity& entity) {
     switch (holder) {
-    case Holder::config: return dynamic_cast<const Lldp::Config*>(&entity) != nullptr;
-    case Holder::status: return dynamic_cast<const Lldp::AllStatus*>(&entity) != nullptr;
-    case Holder::localSystem: return dynamic_cast<const Lldp::LocalSystem*>(&entity) != nullptr;
+    case Holder::config:
+        return dynamic_cast<const Lldp::Config*>(&entity) != nullptr;
+    case Holder::status:
+        return dynamic_cast<const Lldp::AllStatus*>(&entity) != nullptr;
+    case Holder::localSystem:
+        return dynamic_cast<const Lldp::LocalSystem*>(&entity) != nullptr;
     }
     return false;
 }
 
-const Lldp::Config& config(const Zim::Entity& e) { return static_cast<const Lldp::Config&>(e); }
+const Lldp::Config& config(const Zim::Entity& e) {
+    return static_cast<const Lldp::Config&>(e);
+}
 const Lldp::AllStatus& status(const Zim::Entity& e) {
     return static_cast<const Lldp::AllStatus&>(e);
 }
@@ -84,84 +97,196 @@ const Lldp::LocalSystem& local(const Zim::Entity& e) {
 
 // The remote-table counters are Gauge32 (ZeroBasedCounter32), not Counter32.
 const Scalar scalars[] = {
-    {"lldpMessageTxInterval", {1, 1}, Holder::config, "messageTxInterval", "S32ToAsnInteger",
-     ASN_INTEGER, HANDLER_CAN_RWRITE, -1, -1,
+    {"lldpMessageTxInterval",
+     {1, 1},
+     Holder::config,
+     "messageTxInterval",
+     "S32ToAsnInteger",
+     ASN_INTEGER,
+     HANDLER_CAN_RWRITE,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::S32ToAsnIntegerF(config(e).messageTxInterval(), b, c);
      }},
-    {"lldpMessageTxHoldMultiplier", {1, 2}, Holder::config, "messageTxHoldMultiplier",
-     "S32ToAsnInteger", ASN_INTEGER, HANDLER_CAN_RWRITE, -1, -1,
+    {"lldpMessageTxHoldMultiplier",
+     {1, 2},
+     Holder::config,
+     "messageTxHoldMultiplier",
+     "S32ToAsnInteger",
+     ASN_INTEGER,
+     HANDLER_CAN_RWRITE,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::S32ToAsnIntegerF(config(e).messageTxHoldMultiplier(), b, c);
      }},
-    {"lldpReinitDelay", {1, 3}, Holder::config, "reinitDelay", "S32ToAsnInteger", ASN_INTEGER,
-     HANDLER_CAN_RWRITE, -1, -1,
+    {"lldpReinitDelay",
+     {1, 3},
+     Holder::config,
+     "reinitDelay",
+     "S32ToAsnInteger",
+     ASN_INTEGER,
+     HANDLER_CAN_RWRITE,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::S32ToAsnIntegerF(config(e).reinitDelay(), b, c);
      }},
-    {"lldpTxDelay", {1, 4}, Holder::config, "txDelay", "S32ToAsnInteger", ASN_INTEGER,
-     HANDLER_CAN_RWRITE, -1, -1,
+    {"lldpTxDelay",
+     {1, 4},
+     Holder::config,
+     "txDelay",
+     "S32ToAsnInteger",
+     ASN_INTEGER,
+     HANDLER_CAN_RWRITE,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::S32ToAsnIntegerF(config(e).txDelay(), b, c);
      }},
     // The notification interval is the fixed 5 seconds the agent throttles with.
-    {"lldpNotificationInterval", {1, 5}, Holder::config, "notificationInterval",
-     "S32ToAsnInteger", ASN_INTEGER, HANDLER_CAN_RWRITE, -1, -1,
+    {"lldpNotificationInterval",
+     {1, 5},
+     Holder::config,
+     "notificationInterval",
+     "S32ToAsnInteger",
+     ASN_INTEGER,
+     HANDLER_CAN_RWRITE,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::S32ToAsnIntegerF(config(e).notificationInterval(), b, c);
      }},
-    {"lldpStatsRemTablesLastChangeTime", {2, 1}, Holder::status, "remTablesLastChangeTime",
-     "NowSecondsToUptimeTimeTicks", ASN_TIMETICKS, HANDLER_CAN_RONLY, -1, -1,
+    {"lldpStatsRemTablesLastChangeTime",
+     {2, 1},
+     Holder::status,
+     "remTablesLastChangeTime",
+     "NowSecondsToUptimeTimeTicks",
+     ASN_TIMETICKS,
+     HANDLER_CAN_RONLY,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::NowSecondsToUptimeTimeTicksF(status(e).remTablesLastChangeTime(), b, c);
      }},
-    {"lldpStatsRemTablesInserts", {2, 2}, Holder::status, "remTablesInserts", "S32ToAsnInteger",
-     ASN_GAUGE, HANDLER_CAN_RONLY, -1, -1,
+    {"lldpStatsRemTablesInserts",
+     {2, 2},
+     Holder::status,
+     "remTablesInserts",
+     "S32ToAsnInteger",
+     ASN_GAUGE,
+     HANDLER_CAN_RONLY,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(status(e).remTablesInserts()), b, c);
      }},
-    {"lldpStatsRemTablesDeletes", {2, 3}, Holder::status, "remTablesDeletes", "S32ToAsnInteger",
-     ASN_GAUGE, HANDLER_CAN_RONLY, -1, -1,
+    {"lldpStatsRemTablesDeletes",
+     {2, 3},
+     Holder::status,
+     "remTablesDeletes",
+     "S32ToAsnInteger",
+     ASN_GAUGE,
+     HANDLER_CAN_RONLY,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(status(e).remTablesDeletes()), b, c);
      }},
-    {"lldpStatsRemTablesDrops", {2, 4}, Holder::status, "remTablesDrops", "S32ToAsnInteger",
-     ASN_GAUGE, HANDLER_CAN_RONLY, -1, -1,
+    {"lldpStatsRemTablesDrops",
+     {2, 4},
+     Holder::status,
+     "remTablesDrops",
+     "S32ToAsnInteger",
+     ASN_GAUGE,
+     HANDLER_CAN_RONLY,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(status(e).remTablesDrops()), b, c);
      }},
-    {"lldpStatsRemTablesAgeouts", {2, 5}, Holder::status, "remTablesAgeouts", "S32ToAsnInteger",
-     ASN_GAUGE, HANDLER_CAN_RONLY, -1, -1,
+    {"lldpStatsRemTablesAgeouts",
+     {2, 5},
+     Holder::status,
+     "remTablesAgeouts",
+     "S32ToAsnInteger",
+     ASN_GAUGE,
+     HANDLER_CAN_RONLY,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(status(e).remTablesAgeouts()), b, c);
      }},
-    {"lldpLocChassisIdSubtype", {3, 1}, Holder::localSystem, "chassisIdSubtype",
-     "S32ToAsnInteger", ASN_INTEGER, HANDLER_CAN_RONLY, -1, -1,
+    {"lldpLocChassisIdSubtype",
+     {3, 1},
+     Holder::localSystem,
+     "chassisIdSubtype",
+     "S32ToAsnInteger",
+     ASN_INTEGER,
+     HANDLER_CAN_RONLY,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::S32ToAsnIntegerF(local(e).chassisIdSubtype(), b, c);
      }},
-    {"lldpLocChassisId", {3, 2}, Holder::localSystem, "chassisId", "StringToAsnOctetString",
-     ASN_OCTET_STR, HANDLER_CAN_RONLY, 1, 255,
+    {"lldpLocChassisId",
+     {3, 2},
+     Holder::localSystem,
+     "chassisId",
+     "StringToAsnOctetString",
+     ASN_OCTET_STR,
+     HANDLER_CAN_RONLY,
+     1,
+     255,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::StringToAsnOctetStringF(local(e).chassisId(), b, c);
      }},
-    {"lldpLocSysName", {3, 3}, Holder::localSystem, "sysName", "StringToAsnOctetString",
-     ASN_OCTET_STR, HANDLER_CAN_RONLY, 0, 255,
+    {"lldpLocSysName",
+     {3, 3},
+     Holder::localSystem,
+     "sysName",
+     "StringToAsnOctetString",
+     ASN_OCTET_STR,
+     HANDLER_CAN_RONLY,
+     0,
+     255,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::StringToAsnOctetStringF(local(e).sysName(), b, c);
      }},
-    {"lldpLocSysDesc", {3, 4}, Holder::localSystem, "sysDesc", "StringToAsnOctetString",
-     ASN_OCTET_STR, HANDLER_CAN_RONLY, 0, 255,
+    {"lldpLocSysDesc",
+     {3, 4},
+     Holder::localSystem,
+     "sysDesc",
+     "StringToAsnOctetString",
+     ASN_OCTET_STR,
+     HANDLER_CAN_RONLY,
+     0,
+     255,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return Snmp::StringToAsnOctetStringF(local(e).sysDesc(), b, c);
      }},
-    {"lldpLocSysCapSupported", {3, 5}, Holder::localSystem, "sysCapSupported",
-     "SystemCapabilitiesMapToAsnBits", ASN_OCTET_STR, HANDLER_CAN_RONLY, -1, -1,
+    {"lldpLocSysCapSupported",
+     {3, 5},
+     Holder::localSystem,
+     "sysCapSupported",
+     "SystemCapabilitiesMapToAsnBits",
+     ASN_OCTET_STR,
+     HANDLER_CAN_RONLY,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return SystemCapabilitiesMapToAsnBits(local(e).sysCapSupported(), b, c);
      }},
-    {"lldpLocSysCapEnabled", {3, 6}, Holder::localSystem, "sysCapEnabled",
-     "SystemCapabilitiesMapToAsnBits", ASN_OCTET_STR, HANDLER_CAN_RONLY, -1, -1,
+    {"lldpLocSysCapEnabled",
+     {3, 6},
+     Holder::localSystem,
+     "sysCapEnabled",
+     "SystemCapabilitiesMapToAsnBits",
+     ASN_OCTET_STR,
+     HANDLER_CAN_RONLY,
+     -1,
+     -1,
      [](const Zim::Entity& e, unsigned char* b, int c) {
          return SystemCapabilitiesMapToAsnBits(local(e).sysCapEnabled(), b, c);
      }},
@@ -193,7 +318,8 @@ int handleScalar(const Scalar& s, netsnmp_handler_registration* reginfo,
     }
     const auto* entity = static_cast<const Zim::Entity*>(reginfo->my_reg_void);
     if (!entity) {
-        TRACE(2, handler << " - entity /<sysname>/" << path << " is not of type " << typeOf(s.holder));
+        TRACE(2,
+              handler << " - entity /<sysname>/" << path << " is not of type " << typeOf(s.holder));
         netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
         return SNMP_ERR_GENERR;
     }
@@ -224,20 +350,28 @@ void registerScalars(const Zim::String8& context) {
         for (const Scalar& s : scalars) {
             oid name[scalarOidLength];
             scalarOid(s, name);
-            TRACE(1, "init_LldpMIB initializing oid " << LldpMibFrame::oidText(name, scalarOidLength)
-                                                      << " in context "
-                                                      << LldpMibFrame::quoted(context));
+            TRACE(1, "init_LldpMIB initializing oid "
+                         << LldpMibFrame::oidText(name, scalarOidLength) << " in context "
+                         << LldpMibFrame::quoted(context));
         }
     }
     static Netsnmp_Node_Handler* const handlers[] = {
-        handle_lldpMessageTxInterval,     handle_lldpMessageTxHoldMultiplier,
-        handle_lldpReinitDelay,           handle_lldpTxDelay,
-        handle_lldpNotificationInterval,  handle_lldpStatsRemTablesLastChangeTime,
-        handle_lldpStatsRemTablesInserts, handle_lldpStatsRemTablesDeletes,
-        handle_lldpStatsRemTablesDrops,   handle_lldpStatsRemTablesAgeouts,
-        handle_lldpLocChassisIdSubtype,   handle_lldpLocChassisId,
-        handle_lldpLocSysName,            handle_lldpLocSysDesc,
-        handle_lldpLocSysCapSupported,    handle_lldpLocSysCapEnabled,
+        handle_lldpMessageTxInterval,
+        handle_lldpMessageTxHoldMultiplier,
+        handle_lldpReinitDelay,
+        handle_lldpTxDelay,
+        handle_lldpNotificationInterval,
+        handle_lldpStatsRemTablesLastChangeTime,
+        handle_lldpStatsRemTablesInserts,
+        handle_lldpStatsRemTablesDeletes,
+        handle_lldpStatsRemTablesDrops,
+        handle_lldpStatsRemTablesAgeouts,
+        handle_lldpLocChassisIdSubtype,
+        handle_lldpLocChassisId,
+        handle_lldpLocSysName,
+        handle_lldpLocSysDesc,
+        handle_lldpLocSysCapSupported,
+        handle_lldpLocSysCapEnabled,
     };
     for (size_t i = 0; i < std::size(scalars); ++i) {
         const Scalar& s = scalars[i];
@@ -251,7 +385,8 @@ void registerScalars(const Zim::String8& context) {
         if (!context.empty()) {
             TRACE(2, "init_LldpMIB in context " << LldpMibFrame::quoted(context)
                                                 << ": statestorePathWithContext not specified for "
-                                                << s.name << "; " << "skipping registration");
+                                                << s.name << "; "
+                                                << "skipping registration");
             netsnmp_handler_registration_free(reg);
             continue;
         }
@@ -274,12 +409,12 @@ void registerScalars(const Zim::String8& context) {
     }
 }
 
-}  // namespace
+} // namespace
 
-#define LLDP_SCALAR_HANDLER(scalar, position)                                             \
-    int handle_##scalar(netsnmp_mib_handler*, netsnmp_handler_registration* reginfo,      \
-                        netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) { \
-        return handleScalar(scalars[position], reginfo, reqinfo, requests);               \
+#define LLDP_SCALAR_HANDLER(scalar, position)                                                      \
+    int handle_##scalar(netsnmp_mib_handler*, netsnmp_handler_registration* reginfo,               \
+                        netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {     \
+        return handleScalar(scalars[position], reginfo, reqinfo, requests);                        \
     }
 
 LLDP_SCALAR_HANDLER(lldpMessageTxInterval, 0)
@@ -323,7 +458,8 @@ struct lldpPortConfigTableDef : PortTable {
     static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::PortConfig>& row) {
         const auto& c = agentOrDefault(row->ptr());
         switch (column) {
-        case 2: return a.integer("lldpPortConfigAdminStatus", "adminStatus", c.adminStatus());
+        case 2:
+            return a.integer("lldpPortConfigAdminStatus", "adminStatus", c.adminStatus());
         case 3:
             return a.truthValue("lldpPortConfigNotificationEnable", "notificationEnable",
                                 c.notificationEnable());
@@ -343,13 +479,14 @@ struct lldpConfigManAddrTableDef : LocalManAddrTable {
                                               {"lldpLocManAddr", ASN_OCTET_STR}};
     static constexpr int minColumn = 1, maxColumn = 1;
     static constexpr unsigned columns[] = {1};
-    static bool answer(ColumnAnswer& a, int, const Zim::Ptr<Lldp::Snmp::LocalManagementAddress>& row) {
-        return a.encoded("lldpConfigManAddrPortsTxEnable", "portsTxEnable",
-                         "PortsTxEnableToAsnOctetString", 512,
-                         [&](unsigned char* b, int n) {
-                             return PortsTxEnableToAsnOctetString(row->portsTxEnable(), b, n);
-                         },
-                         0, 512);
+    static bool answer(ColumnAnswer& a, int,
+                       const Zim::Ptr<Lldp::Snmp::LocalManagementAddress>& row) {
+        return a.encoded(
+            "lldpConfigManAddrPortsTxEnable", "portsTxEnable", "PortsTxEnableToAsnOctetString", 512,
+            [&](unsigned char* b, int n) {
+                return PortsTxEnableToAsnOctetString(row->portsTxEnable(), b, n);
+            },
+            0, 512);
     }
 };
 
@@ -381,8 +518,10 @@ struct lldpStatsRxPortTableDef : PortTable {
         case 2:
             return a.counter32("lldpStatsRxPortFramesDiscardedTotal", "rxFramesDiscardedTotal",
                                s.rxFramesDiscardedTotal());
-        case 3: return a.counter32("lldpStatsRxPortFramesErrors", "rxFramesErrors", s.rxFramesErrors());
-        case 4: return a.counter32("lldpStatsRxPortFramesTotal", "rxFramesTotal", s.rxFramesTotal());
+        case 3:
+            return a.counter32("lldpStatsRxPortFramesErrors", "rxFramesErrors", s.rxFramesErrors());
+        case 4:
+            return a.counter32("lldpStatsRxPortFramesTotal", "rxFramesTotal", s.rxFramesTotal());
         case 5:
             return a.counter32("lldpStatsRxPortTLVsDiscardedTotal", "rxTLVsDiscardedTotal",
                                s.rxTLVsDiscardedTotal());
@@ -407,8 +546,10 @@ struct lldpLocPortTableDef : PortTable {
     static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::LocalPort>& row) {
         const auto& p = agentOrDefault(row->ptr());
         switch (column) {
-        case 2: return a.integer("lldpLocPortIdSubtype", "portIdSubtype", p.portIdSubtype());
-        case 3: return a.octets("lldpLocPortId", "portId", p.portId(), "PortId", 255, 255, 1, 255);
+        case 2:
+            return a.integer("lldpLocPortIdSubtype", "portIdSubtype", p.portIdSubtype());
+        case 3:
+            return a.octets("lldpLocPortId", "portId", p.portId(), "PortId", 255, 255, 1, 255);
         default:
             return a.octets("lldpLocPortDesc", "portDesc", p.portDesc(), "BoundedString255", 255,
                             255, 0, 255);
@@ -427,10 +568,14 @@ struct lldpLocManAddrTableDef : LocalManAddrTable {
                        const Zim::Ptr<Lldp::Snmp::LocalManagementAddress>& row) {
         const auto& m = row->rawValue();
         switch (column) {
-        case 3: return a.integer("lldpLocManAddrLen", "manAddrLen", m.manAddrLen());
-        case 4: return a.integer("lldpLocManAddrIfSubtype", "ifSubtype", m.ifSubtype());
-        case 5: return a.integer("lldpLocManAddrIfId", "ifId", m.ifId());
-        default: return a.objectId("lldpLocManAddrOID", "oid", m.oid());
+        case 3:
+            return a.integer("lldpLocManAddrLen", "manAddrLen", m.manAddrLen());
+        case 4:
+            return a.integer("lldpLocManAddrIfSubtype", "ifSubtype", m.ifSubtype());
+        case 5:
+            return a.integer("lldpLocManAddrIfId", "ifId", m.ifId());
+        default:
+            return a.objectId("lldpLocManAddrOID", "oid", m.oid());
         }
     }
 };
@@ -443,21 +588,24 @@ struct lldpRemTableDef : LldpMibFrame::RemoteSystemTable<LldpMibTable> {
     static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
         const auto& r = agentOrDefault(row->ptr());
         switch (column) {
-        case 4: return a.integer("lldpRemChassisIdSubtype", "chassisIdSubtype", r.chassisIdSubtype());
+        case 4:
+            return a.integer("lldpRemChassisIdSubtype", "chassisIdSubtype", r.chassisIdSubtype());
         case 5:
             return a.octets("lldpRemChassisId", "chassisId", r.chassisId(), "ChassisId", 255, 255,
                             1, 255);
-        case 6: return a.integer("lldpRemPortIdSubtype", "portIdSubtype", r.portIdSubtype());
-        case 7: return a.octets("lldpRemPortId", "portId", r.portId(), "PortId", 255, 255, 1, 255);
+        case 6:
+            return a.integer("lldpRemPortIdSubtype", "portIdSubtype", r.portIdSubtype());
+        case 7:
+            return a.octets("lldpRemPortId", "portId", r.portId(), "PortId", 255, 255, 1, 255);
         case 8:
             return a.octets("lldpRemPortDesc", "portDesc", r.portDesc(), "BoundedString255", 255,
                             255, 0, 255);
         case 9:
-            return a.octets("lldpRemSysName", "sysName", r.sysName(), "BoundedString255", 255,
-                            255, 0, 255);
+            return a.octets("lldpRemSysName", "sysName", r.sysName(), "BoundedString255", 255, 255,
+                            0, 255);
         case 10:
-            return a.octets("lldpRemSysDesc", "sysDesc", r.sysDesc(), "BoundedString255", 255,
-                            255, 0, 255);
+            return a.octets("lldpRemSysDesc", "sysDesc", r.sysDesc(), "BoundedString255", 255, 255,
+                            0, 255);
         case 11:
             return a.encoded("lldpRemSysCapSupported", "sysCapSupported",
                              "SystemCapabilitiesMapToAsnBits", 1024, [&](unsigned char* b, int n) {
@@ -475,10 +623,11 @@ struct lldpRemTableDef : LldpMibFrame::RemoteSystemTable<LldpMibTable> {
 struct lldpRemManAddrTableDef : RemoteTable {
     static constexpr const char* name = "lldpRemManAddrTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 4, 2};
-    static constexpr IndexObject indexes[] = {
-        {"lldpRemTimeMark", ASN_TIMETICKS}, {"lldpRemLocalPortNum", ASN_INTEGER},
-        {"lldpRemIndex", ASN_INTEGER},      {"lldpRemManAddrSubtype", ASN_INTEGER},
-        {"lldpRemManAddr", ASN_OCTET_STR}};
+    static constexpr IndexObject indexes[] = {{"lldpRemTimeMark", ASN_TIMETICKS},
+                                              {"lldpRemLocalPortNum", ASN_INTEGER},
+                                              {"lldpRemIndex", ASN_INTEGER},
+                                              {"lldpRemManAddrSubtype", ASN_INTEGER},
+                                              {"lldpRemManAddr", ASN_OCTET_STR}};
     static constexpr bool hinted = false;
     static constexpr int minColumn = 3, maxColumn = 5;
     static constexpr unsigned columns[] = {3, 4, 5};
@@ -489,12 +638,16 @@ struct lldpRemManAddrTableDef : RemoteTable {
         w.integer("manAddrSubtype", key.manAddrKey.subtype());
         w.octets("manAddr", key.manAddrKey.address(), 31);
     }
-    static bool answer(ColumnAnswer& a, int column, const Lldp::Snmp::RemoteManagementAddress& row) {
+    static bool answer(ColumnAnswer& a, int column,
+                       const Lldp::Snmp::RemoteManagementAddress& row) {
         const auto& m = row.rawValue;
         switch (column) {
-        case 3: return a.integer("lldpRemManAddrIfSubtype", "ifSubtype", m.ifSubtype());
-        case 4: return a.integer("lldpRemManAddrIfId", "ifId", m.ifId());
-        default: return a.objectId("lldpRemManAddrOID", "oid", m.oid());
+        case 3:
+            return a.integer("lldpRemManAddrIfSubtype", "ifSubtype", m.ifSubtype());
+        case 4:
+            return a.integer("lldpRemManAddrIfId", "ifId", m.ifId());
+        default:
+            return a.objectId("lldpRemManAddrOID", "oid", m.oid());
         }
     }
 };
@@ -512,7 +665,7 @@ struct lldpRemUnknownTLVTableDef : RemoteTable {
     using Map = Root::RemoteUnknownTlvMap;
     static const Map& rows(const Root& root) { return root.remoteUnknownTlv(); }
     static Lldp::Snmp::RemoteUnknownTlvKey keyFromHint(const HintValues& v) {
-        Lldp::UnknownTlv checkedType(v[3], {});  // refuses types outside 9..126
+        Lldp::UnknownTlv checkedType(v[3], {}); // refuses types outside 9..126
         return {portFromHint(v[1]), static_cast<int32_t>(v[2]), checkedType.type()};
     }
     static void writeIndexes(IndexWriter& w, const Lldp::Snmp::RemoteUnknownTlvKey& key) {
@@ -528,13 +681,12 @@ struct lldpRemUnknownTLVTableDef : RemoteTable {
 struct lldpRemOrgDefInfoTableDef : RemoteTable {
     static constexpr const char* name = "lldpRemOrgDefInfoTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 4, 4};
-    static constexpr IndexObject indexes[] = {
-        {"lldpRemTimeMark", ASN_TIMETICKS},
-        {"lldpRemLocalPortNum", ASN_INTEGER},
-        {"lldpRemIndex", ASN_INTEGER},
-        {"lldpRemOrgDefInfoOUI", ASN_PRIV_IMPLIED_OCTET_STR},
-        {"lldpRemOrgDefInfoSubtype", ASN_INTEGER},
-        {"lldpRemOrgDefInfoIndex", ASN_INTEGER}};
+    static constexpr IndexObject indexes[] = {{"lldpRemTimeMark", ASN_TIMETICKS},
+                                              {"lldpRemLocalPortNum", ASN_INTEGER},
+                                              {"lldpRemIndex", ASN_INTEGER},
+                                              {"lldpRemOrgDefInfoOUI", ASN_PRIV_IMPLIED_OCTET_STR},
+                                              {"lldpRemOrgDefInfoSubtype", ASN_INTEGER},
+                                              {"lldpRemOrgDefInfoIndex", ASN_INTEGER}};
     static constexpr int minColumn = 4, maxColumn = 4;
     static constexpr unsigned columns[] = {4};
     static constexpr const char* keyTypeName = "Lldp::Snmp::RemoteUnknownOrgDefTlv::Key";
@@ -556,7 +708,7 @@ struct lldpRemOrgDefInfoTableDef : RemoteTable {
     }
 };
 
-}  // namespace
+} // namespace
 
 LLDP_MIB_TABLE(lldpPortConfigTable, lldpPortConfigTableDef)
 LLDP_MIB_TABLE(lldpConfigManAddrTable, lldpConfigManAddrTableDef)
@@ -589,15 +741,19 @@ int init_LldpMIB(Zim::String8 context) {
     return 0;
 }
 
-void unregister_LldpMIB(Zim::String8 context) { lldpMibModule().unregister(context); }
+void unregister_LldpMIB(Zim::String8 context) {
+    lldpMibModule().unregister(context);
+}
 
 namespace Snmp {
 
-int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops,
-                              uint32_t ageouts, Zim::String8 context) {
+int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops, uint32_t ageouts,
+                              Zim::String8 context) {
     auto snmpConfig = SnmpUtil::getSnmpConfig();
-    ZIM_ASSERT(snmpConfig->notificationConfig( "lldp" ) && "You need to register lldp traps from your DefaultConfigPlugin");
-    ZIM_ASSERT(snmpConfig->notificationConfig( "lldp" )->notification( "lldpRemTablesChange" ) && "You need to register lldpRemTablesChange traps from your DefaultConfigPlugin");
+    ZIM_ASSERT(snmpConfig->notificationConfig("lldp") &&
+               "You need to register lldp traps from your DefaultConfigPlugin");
+    ZIM_ASSERT(snmpConfig->notificationConfig("lldp")->notification("lldpRemTablesChange") &&
+               "You need to register lldpRemTablesChange traps from your DefaultConfigPlugin");
     const auto status = snmpConfig->notificationStatus("lldp", "lldpRemTablesChange");
     if (!status.send) {
         TRACE(4, "lldpRemTablesChange notification not sent. notificationStatus returned "
@@ -613,7 +769,8 @@ int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops
     for (oid counter = 2; counter <= 5; ++counter) {
         const oid name[] = {1, 0, 8802, 1, 1, 2, 1, 2, counter, 0};
         unsigned char buffer[1024];
-        int n = S32ToAsnIntegerF(static_cast<int32_t>(counters[counter - 2]), buffer, sizeof buffer);
+        int n =
+            S32ToAsnIntegerF(static_cast<int32_t>(counters[counter - 2]), buffer, sizeof buffer);
         snmp_varlist_add_variable(&vars, name, std::size(name), ASN_GAUGE, buffer,
                                   static_cast<size_t>(n));
     }
@@ -628,7 +785,7 @@ int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops
     return 0;
 }
 
-}  // namespace Snmp
+} // namespace Snmp
 
 // ---------------------------------------------------------------------------------------------
 // Announcement to the host at load.
@@ -643,4 +800,4 @@ public:
 LldpMIB_HandlerRegistration lldpMibRegistration;
 Snmp::AutoRegistree lldpMibAutoRegistree(&lldpMibRegistration);
 
-}  // namespace
+} // namespace

@@ -52,6 +52,6 @@ Netsnmp_Node_Handler handle_lldpLocSysCapSupported;
 Netsnmp_Node_Handler handle_lldpLocSysCapEnabled;
 
 namespace Snmp {
-int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops,
-                              uint32_t ageouts, Zim::String8 context);
+int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops, uint32_t ageouts,
+                              Zim::String8 context);
 }

@@ -5,13 +5,13 @@
 #include "mib/TableFrame.h"
 #include "platform/snmp/HandlerRegistration.h"
 
+using Lldp::Snmp::Root;
+using LldpMibFrame::agentOrDefault;
 using LldpMibFrame::ColumnAnswer;
 using LldpMibFrame::HintValues;
 using LldpMibFrame::IndexObject;
 using LldpMibFrame::IndexWriter;
-using LldpMibFrame::agentOrDefault;
 using LldpMibFrame::portFromHint;
-using Lldp::Snmp::Root;
 
 namespace {
 
@@ -27,8 +27,7 @@ using PortTable = LldpMibFrame::PortTable<Xdot1Table>;
 using RemoteTable = LldpMibFrame::RemoteTable<Xdot1Table>;
 
 // The neighbour sub-tables: the neighbour's three index objects and one of their own.
-template <class Key>
-struct NeighbourSubTable : RemoteTable {
+template <class Key> struct NeighbourSubTable : RemoteTable {
     static Key keyFromHint(const HintValues& v) {
         return Key(portFromHint(v[1]), static_cast<int32_t>(v[2]), ownIndex(v[3]));
     }
@@ -88,8 +87,7 @@ struct lldpXdot1RemTableDef : LldpMibFrame::RemoteSystemTable<Xdot1Table> {
     }
 };
 
-struct lldpXdot1RemProtoVlanTableDef
-    : NeighbourSubTable<Lldp::Snmp::RemotePortAndProtocolVlanKey> {
+struct lldpXdot1RemProtoVlanTableDef : NeighbourSubTable<Lldp::Snmp::RemotePortAndProtocolVlanKey> {
     static constexpr const char* name = "lldpXdot1RemProtoVlanTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 3, 2};
     static constexpr IndexObject indexes[] = {
@@ -140,8 +138,7 @@ struct lldpXdot1RemVlanNameTableDef : NeighbourSubTable<Lldp::Snmp::RemoteVlanNa
     }
 };
 
-struct lldpXdot1RemProtocolTableDef
-    : NeighbourSubTable<Lldp::Snmp::RemoteProtocolIdentityInfoKey> {
+struct lldpXdot1RemProtocolTableDef : NeighbourSubTable<Lldp::Snmp::RemoteProtocolIdentityInfoKey> {
     static constexpr const char* name = "lldpXdot1RemProtocolTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 3, 4};
     static constexpr IndexObject indexes[] = {{"lldpRemTimeMark", ASN_TIMETICKS},
@@ -153,8 +150,7 @@ struct lldpXdot1RemProtocolTableDef
     static constexpr const char* keyTypeName = "Lldp::Snmp::RemoteProtocolIdentityInfo::Key";
     using Map = Root::RemoteProtocolIdentityInfoMap;
     static const Map& rows(const Root& root) { return root.remoteProtocolIdentityInfo(); }
-    static void writeIndexes(IndexWriter& w,
-                             const Lldp::Snmp::RemoteProtocolIdentityInfoKey& key) {
+    static void writeIndexes(IndexWriter& w, const Lldp::Snmp::RemoteProtocolIdentityInfoKey& key) {
         writeNeighbour(w, key);
         w.integer("protocolIndex", key.protocolIndex);
     }
@@ -164,7 +160,7 @@ struct lldpXdot1RemProtocolTableDef
     }
 };
 
-}  // namespace
+} // namespace
 
 LLDP_MIB_TABLE(lldpXdot1ConfigPortVlanTable, lldpXdot1ConfigPortVlanTableDef)
 LLDP_MIB_TABLE(lldpXdot1LocTable, lldpXdot1LocTableDef)
@@ -185,7 +181,9 @@ int init_LldpXdot1MIB(Zim::String8 context) {
     return 0;
 }
 
-void unregister_LldpXdot1MIB(Zim::String8 context) { lldpXdot1Module().unregister(context); }
+void unregister_LldpXdot1MIB(Zim::String8 context) {
+    lldpXdot1Module().unregister(context);
+}
 
 namespace {
 
@@ -197,4 +195,4 @@ public:
 LldpXdot1MIB_HandlerRegistration lldpXdot1MibRegistration;
 Snmp::AutoRegistree lldpXdot1MibAutoRegistree(&lldpXdot1MibRegistration);
 
-}  // namespace
+} // namespace

@@ -6,10 +6,10 @@
 #include "mib/TableFrame.h"
 #include "platform/snmp/HandlerRegistration.h"
 
+using Lldp::Snmp::Root;
+using LldpMibFrame::agentOrDefault;
 using LldpMibFrame::ColumnAnswer;
 using LldpMibFrame::IndexObject;
-using LldpMibFrame::agentOrDefault;
-using Lldp::Snmp::Root;
 
 namespace {
 
@@ -92,13 +92,14 @@ struct lldpXdot3RemPortTableDef : NeighbourTable {
                                 macPhy.autoNegEnabled);
         case 3:
             // Always two octets, high byte first: the value is already in BITS order.
-            return a.encoded("lldpXdot3RemPortAutoNegAdvertisedCap", "autoNegAdvertisedCapAsU16",
-                             "AutoNegAdvertisedCapAsU16ToAsnBits", 2,
-                             [&](unsigned char* b, int n) {
-                                 return AutoNegAdvertisedCapAsU16ToAsnBits(
-                                     macPhy.autoNegAdvertisedCapAsU16, b, n);
-                             },
-                             2, 2);
+            return a.encoded(
+                "lldpXdot3RemPortAutoNegAdvertisedCap", "autoNegAdvertisedCapAsU16",
+                "AutoNegAdvertisedCapAsU16ToAsnBits", 2,
+                [&](unsigned char* b, int n) {
+                    return AutoNegAdvertisedCapAsU16ToAsnBits(macPhy.autoNegAdvertisedCapAsU16, b,
+                                                              n);
+                },
+                2, 2);
         default:
             return a.integer("lldpXdot3RemPortOperMauType", "operMauType", macPhy.operMauType);
         }
@@ -114,7 +115,8 @@ struct lldpXdot3RemPowerTableDef : NeighbourTable {
     static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
         const auto& power = agentOrDefault(row->ptr()).power();
         switch (column) {
-        case 1: return a.integer("lldpXdot3RemPowerPortClass", "powerPortClass", power.powerPortClass);
+        case 1:
+            return a.integer("lldpXdot3RemPowerPortClass", "powerPortClass", power.powerPortClass);
         case 2:
             return a.truthValue("lldpXdot3RemPowerMDISupported", "powerMdiSupported",
                                 power.powerMdiSupported);
@@ -125,8 +127,10 @@ struct lldpXdot3RemPowerTableDef : NeighbourTable {
             // The column is spelled as the MIB spells it.
             return a.truthValue("lldpXdot3RemPowerPairControlable", "powerPairControllable",
                                 power.powerPairControllable);
-        case 5: return a.integer("lldpXdot3RemPowerPairs", "powerPairs", power.powerPairs);
-        default: return a.integer("lldpXdot3RemPowerClass", "powerClass", power.powerClass);
+        case 5:
+            return a.integer("lldpXdot3RemPowerPairs", "powerPairs", power.powerPairs);
+        default:
+            return a.integer("lldpXdot3RemPowerClass", "powerClass", power.powerClass);
         }
     }
 };
@@ -161,7 +165,7 @@ struct lldpXdot3RemMaxFrameSizeTableDef : NeighbourTable {
     }
 };
 
-}  // namespace
+} // namespace
 
 LLDP_MIB_TABLE(lldpXdot3PortConfigTable, lldpXdot3PortConfigTableDef)
 LLDP_MIB_TABLE(lldpXdot3LocLinkAggTable, lldpXdot3LocLinkAggTableDef)
@@ -184,7 +188,9 @@ int init_LldpXdot3MIB(Zim::String8 context) {
     return 0;
 }
 
-void unregister_LldpXdot3MIB(Zim::String8 context) { lldpXdot3Module().unregister(context); }
+void unregister_LldpXdot3MIB(Zim::String8 context) {
+    lldpXdot3Module().unregister(context);
+}
 
 namespace {
 
@@ -196,4 +202,4 @@ public:
 LldpXdot3MIB_HandlerRegistration lldpXdot3MibRegistration;
 Snmp::AutoRegistree lldpXdot3MibAutoRegistree(&lldpXdot3MibRegistration);
 
-}  // namespace
+} // namespace

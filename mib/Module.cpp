@@ -7,12 +7,14 @@
 namespace LldpMibFrame {
 
 const Zim::TraceHandle& Module::trace() {
-    if (!trace_) trace_ = std::make_unique<Zim::TraceHandle>("Snmp", false);
+    if (!trace_)
+        trace_ = std::make_unique<Zim::TraceHandle>("Snmp", false);
     return *trace_;
 }
 
 void Module::debugInitializing(const Zim::String8& context) const {
-    if (!snmp_get_do_debugging()) return;
+    if (!snmp_get_do_debugging())
+        return;
     DEBUGMSGTL((name_, "Initializing in context \"%s\"\n", context.str().c_str()));
 }
 
@@ -20,7 +22,8 @@ void Module::unregister(const Zim::String8& context) {
     ZTRACE_FROM(trace(), name_, 2, "Unregistering " << name_ << " in context " << quoted(context));
 
     const auto registrations = contextHandlerRegistrations[context];
-    for (auto* registration : registrations) netsnmp_unregister_handler(registration);
+    for (auto* registration : registrations)
+        netsnmp_unregister_handler(registration);
     contextHandlerRegistrations.erase(context);
 
     const auto columnInfos = contextColumnInfos[context];
@@ -42,4 +45,4 @@ std::string oidText(const oid* name, size_t length) {
     return buffer;
 }
 
-}  // namespace LldpMibFrame
+} // namespace LldpMibFrame

@@ -39,9 +39,11 @@ private:
     std::unique_ptr<Zim::TraceHandle> trace_;
 };
 
-inline std::string quoted(const Zim::String8& context) { return "\"" + context.str() + "\""; }
+inline std::string quoted(const Zim::String8& context) {
+    return "\"" + context.str() + "\"";
+}
 
 // An OID as net-snmp prints it, for traces.
 std::string oidText(const oid* name, size_t length);
 
-}  // namespace LldpMibFrame
+} // namespace LldpMibFrame

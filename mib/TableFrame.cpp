@@ -3,11 +3,13 @@
 namespace LldpMibFrame {
 
 void checkVlanId(uint32_t value) {
-    if (value < 1 || value > 4094) Zim::throwRangeException("VlanId::value < 1 or > 4094 not allowed");
+    if (value < 1 || value > 4094)
+        Zim::throwRangeException("VlanId::value < 1 or > 4094 not allowed");
 }
 
 void checkVlanIdOrNone(uint32_t value) {
-    if (value > 4094) Zim::throwRangeException("VlanIdOrNone::value > 4094 not allowed");
+    if (value > 4094)
+        Zim::throwRangeException("VlanIdOrNone::value > 4094 not allowed");
 }
 
 bool IndexWriter::take(const char* component, const std::string& valueText) {
@@ -17,7 +19,8 @@ bool IndexWriter::take(const char* component, const std::string& valueText) {
 }
 
 void IndexWriter::integer(const char* component, int32_t value) {
-    if (!take(component, std::to_string(value))) return;
+    if (!take(component, std::to_string(value)))
+        return;
     unsigned char buffer[1024];
     int n = Snmp::S32ToAsnIntegerF(value, buffer, sizeof buffer);
     snmp_set_var_typed_value(var_, ASN_INTEGER, buffer, static_cast<size_t>(n));
@@ -25,7 +28,8 @@ void IndexWriter::integer(const char* component, int32_t value) {
 }
 
 void IndexWriter::octets(const char* component, const Zim::String8& value, int capacity) {
-    if (!take(component, Zim::printable(value))) return;
+    if (!take(component, Zim::printable(value)))
+        return;
     unsigned char buffer[1024];
     int n = Snmp::StringToAsnOctetStringF(value, buffer, capacity);
     snmp_set_var_typed_value(var_, ASN_OCTET_STR, buffer, static_cast<size_t>(n < 0 ? 0 : n));
@@ -33,7 +37,8 @@ void IndexWriter::octets(const char* component, const Zim::String8& value, int c
 }
 
 void IndexWriter::oui(const char* component, const Lldp::Oui& value) {
-    if (!take(component, Lldp::valueToStrep(value))) return;
+    if (!take(component, Lldp::valueToStrep(value)))
+        return;
     unsigned char buffer[3];
     int n = OuiToAsnOctetString(value, buffer, sizeof buffer);
     snmp_set_var_typed_value(var_, ASN_PRIV_IMPLIED_OCTET_STR, buffer, static_cast<size_t>(n));
@@ -55,7 +60,8 @@ bool ColumnAnswer::finish(const char* attribute, const char* conversion, u_char 
     }
     if (minLength >= 0 && (length < minLength || length > maxLength)) {
         ZTRACE_FROM(module_.trace(), module_.name(), 2,
-                    "handle_" << table_ << " - entity /<sysname>/snmp/lldp/root length out of range: "
+                    "handle_" << table_
+                              << " - entity /<sysname>/snmp/lldp/root length out of range: "
                               << attribute << " (" << length << ")");
         return false;
     }
@@ -105,8 +111,7 @@ bool ColumnAnswer::octets(const char* column, const char* attribute, const Zim::
                   Snmp::StringToAsnOctetStringF(value, buffer, capacity), minLength, maxLength);
 }
 
-bool ColumnAnswer::objectId(const char* column, const char* attribute,
-                            const Zim::String8& dotted) {
+bool ColumnAnswer::objectId(const char* column, const char* attribute, const Zim::String8& dotted) {
     traceGet(column);
     unsigned char buffer[1024];
     return finish(attribute, "StringToAsnOid", ASN_OBJECT_ID, buffer,
@@ -122,9 +127,10 @@ Lldp::Snmp::Root* registeredRoot(const char* table) {
     }
     ZIM_ASSERT_NAMED(entity, "e");
     auto* root = dynamic_cast<Lldp::Snmp::Root*>(entity.get());
-    if (!root) std::cerr << path << " does not appear to be of type Lldp::Snmp::Root." << std::endl;
+    if (!root)
+        std::cerr << path << " does not appear to be of type Lldp::Snmp::Root." << std::endl;
     ZIM_ASSERT_NAMED(root, "ptr");
     return root;
 }
 
-}  // namespace LldpMibFrame
+} // namespace LldpMibFrame

@@ -85,8 +85,8 @@ public:
                  Convert&& convert, int minLength = -1, int maxLength = -1) {
         traceGet(column);
         unsigned char buffer[1024];
-        return finish(attribute, conversion, ASN_OCTET_STR, buffer,
-                      convert(buffer, capacity), minLength, maxLength);
+        return finish(attribute, conversion, ASN_OCTET_STR, buffer, convert(buffer, capacity),
+                      minLength, maxLength);
     }
 
 private:
@@ -112,8 +112,7 @@ struct Callbacks {
     Netsnmp_Node_Handler* handler;
 };
 
-template <class Def>
-class Table {
+template <class Def> class Table {
 public:
     using Map = typename Def::Map;
     using Iterator = typename Map::ConstIterator;
@@ -147,15 +146,15 @@ public:
         columns->details.list = const_cast<unsigned int*>(Def::columns);
         auto* tableInfo = SNMP_MALLOC_TYPEDEF(netsnmp_table_registration_info);
         for (const IndexObject& index : Def::indexes) {
-            auto* added = snmp_varlist_add_variable(&tableInfo->indexes, nullptr, 0, index.type,
-                                                    nullptr, 0);
+            auto* added =
+                snmp_varlist_add_variable(&tableInfo->indexes, nullptr, 0, index.type, nullptr, 0);
             if (!added) {
                 ZTRACE_FROM(module.trace(), module.name(), 0,
                             "Failed to set up " << index.name
                                                 << " in netsnmp table_info in context "
                                                 << quoted(context));
             } else if (index.type == ASN_PRIV_IMPLIED_OCTET_STR) {
-                added->val_len = 3;  // the OUI: three octets, no length prefix
+                added->val_len = 3; // the OUI: three octets, no length prefix
             }
         }
         tableInfo->min_column = Def::minColumn;
@@ -192,8 +191,8 @@ public:
             const auto* hint = static_cast<const netsnmp_table_request_info*>(*loopContext);
             ZTRACE_FROM(module.trace(), module.name(), 2,
                         Def::name << "_get_first_data_point - *hint = "
-                                  << static_cast<const void*>(hint) << ", number_indexes = "
-                                  << (hint ? hint->number_indexes : 0));
+                                  << static_cast<const void*>(hint)
+                                  << ", number_indexes = " << (hint ? hint->number_indexes : 0));
             if (auto key = keyFromHint(hint)) {
                 Iterator found = rows.at(*key);
                 if (found) {
@@ -293,7 +292,8 @@ public:
         ZTRACE_FROM(module.trace(), module.name(), 2, handlerName);
         ZTRACE_FROM(module.trace(), module.name(), 2,
                     handlerName << ": request mode " << reqinfo->mode);
-        if (reqinfo->mode != MODE_GET) return refuseWrite(handlerName, requests);
+        if (reqinfo->mode != MODE_GET)
+            return refuseWrite(handlerName, requests);
         for (netsnmp_request_info* request = requests; request; request = request->next) {
             if (request->processed) {
                 ZTRACE_FROM(module.trace(), module.name(), 2,
@@ -336,7 +336,8 @@ private:
     // The key of the row a request names, or nothing when the hint cannot be used.
     static std::optional<Key> keyFromHint(const netsnmp_table_request_info* hint) {
         Module& module = Def::mibModule();
-        if (!hint || hint->number_indexes != indexCount) return std::nullopt;
+        if (!hint || hint->number_indexes != indexCount)
+            return std::nullopt;
         HintValues values{};
         size_t found = 0;
         const netsnmp_variable_list* var = hint->indexes;
@@ -355,9 +356,11 @@ private:
             }
             try {
                 if (index.type == ASN_PRIV_IMPLIED_OCTET_STR) {
-                    if (var->val_len != 3) Zim::throwRangeException("len == 3");
+                    if (var->val_len != 3)
+                        Zim::throwRangeException("len == 3");
                     values[i] = AsnOctetStringToOui(static_cast<void*>(var->val.string),
-                                                    static_cast<U32>(var->val_len)).value();
+                                                    static_cast<U32>(var->val_len))
+                                    .value();
                     ZTRACE_FROM(module.trace(), module.name(), 2,
                                 "hint component " << index.name << " is '"
                                                   << Lldp::valueToStrep(Lldp::Oui(values[i]))
@@ -368,7 +371,8 @@ private:
                                 "hint component " << index.name << " is '"
                                                   << static_cast<int32_t>(values[i]) << "'");
                 }
-                if (index.check) index.check(values[i]);
+                if (index.check)
+                    index.check(values[i]);
             } catch (const Zim::RangeException& e) {
                 ZTRACE_FROM(module.trace(), module.name(), 2,
                             "hint for index " << index.name << " of " << Def::name
@@ -416,8 +420,9 @@ private:
                                 Def::name << "_get_" << step << "_data_point filtered out "
                                           << static_cast<void*>(&loop));
                     ZTRACE_FROM(module.trace(), module.name(), 4,
-                                Def::name << "_get_" << step << "_data_point: last changed (timeMark) "
-                                          << mark << " requested value is " << filter);
+                                Def::name << "_get_" << step
+                                          << "_data_point: last changed (timeMark) " << mark
+                                          << " requested value is " << filter);
                     loop.advance();
                     continue;
                 }
@@ -454,9 +459,9 @@ private:
 
 // The agent entity behind a row, or a default one (zeros, empty strings, empty sets) when the
 // row refers to none.
-template <class T>
-const T& agentOrDefault(const Zim::Ptr<const T>& agent) {
-    if (agent) return *agent;
+template <class T> const T& agentOrDefault(const Zim::Ptr<const T>& agent) {
+    if (agent)
+        return *agent;
     static const T* const none = [] {
         if constexpr (std::is_constructible_v<T, Zim::String8, int32_t>) {
             return new T("none", 0);
@@ -468,20 +473,15 @@ const T& agentOrDefault(const Zim::Ptr<const T>& agent) {
 }
 
 // Shared parts of definitions.
-template <class Module>
-struct ReadOnlyTable {
+template <class Module> struct ReadOnlyTable {
     static constexpr int mode = HANDLER_CAN_RONLY;
     static constexpr bool timeFilter = false;
     static constexpr bool hinted = true;
-    template <class It>
-    static bool keep(const It&) {
-        return true;
-    }
+    template <class It> static bool keep(const It&) { return true; }
 };
 
 // The per-port tables: one index, the port number. Base is the module's ReadOnlyTable.
-template <class Base>
-struct PortTable : Base {
+template <class Base> struct PortTable : Base {
     static constexpr const char* keyTypeName = "Interface::EthPortId";
     static Interface::EthPortId keyFromHint(const HintValues& v) { return portFromHint(v[0]); }
     static void writeIndexes(IndexWriter& w, const Interface::EthPortId& port) {
@@ -490,8 +490,7 @@ struct PortTable : Base {
 };
 
 // The tables of local management addresses: (subtype, address), walked without a hint.
-template <class Base>
-struct LocalManAddrTable : Base {
+template <class Base> struct LocalManAddrTable : Base {
     using Map = Lldp::Snmp::Root::LocalManagementAddressMap;
     static constexpr bool hinted = false;
     static const Map& rows(const Lldp::Snmp::Root& root) { return root.localManagementAddress(); }
@@ -502,26 +501,22 @@ struct LocalManAddrTable : Base {
 };
 
 // The remote tables: (time mark, local port, neighbour index, ...), filtered by time mark.
-template <class Base>
-struct RemoteTable : Base {
+template <class Base> struct RemoteTable : Base {
     static constexpr bool timeFilter = true;
     static double lastChangeTime(const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
         return row->ptr() ? row->ptr()->lastChangeTime() : 0.0;
     }
-    template <class Row>
-    static double lastChangeTime(const Row& row) {
+    template <class Row> static double lastChangeTime(const Row& row) {
         return row.ptr ? row.ptr->lastChangeTime() : 0.0;
     }
-    template <class Key>
-    static void writeNeighbour(IndexWriter& w, const Key& key) {
+    template <class Key> static void writeNeighbour(IndexWriter& w, const Key& key) {
         w.integer("localPortNum", key.ethPortId.value());
         w.integer("index", key.index);
     }
 };
 
 // Tables of one row per neighbour, walking the root's remote systems.
-template <class Base>
-struct RemoteSystemTable : RemoteTable<Base> {
+template <class Base> struct RemoteSystemTable : RemoteTable<Base> {
     static constexpr IndexObject indexes[] = {{"lldpRemTimeMark", ASN_TIMETICKS},
                                               {"lldpRemLocalPortNum", ASN_INTEGER},
                                               {"lldpRemIndex", ASN_INTEGER}};
@@ -536,46 +531,44 @@ struct RemoteSystemTable : RemoteTable<Base> {
     }
 };
 
-}  // namespace LldpMibFrame
+} // namespace LldpMibFrame
 
 // The eight functions of one table, named after it, forwarding to the frame.
-#define LLDP_MIB_TABLE(table, Def)                                                        \
-    namespace {                                                                           \
-    netsnmp_variable_list* table##_get_first_data_point(void** loopContext,               \
-                                                        void** dataContext,               \
-                                                        netsnmp_variable_list* indexVars, \
-                                                        netsnmp_iterator_info* info) {    \
-        return ::LldpMibFrame::Table<Def>::firstDataPoint(loopContext, dataContext,       \
-                                                          indexVars, info);               \
-    }                                                                                     \
-    netsnmp_variable_list* table##_get_next_data_point(void** loopContext,                \
-                                                       void** dataContext,                \
-                                                       netsnmp_variable_list* indexVars,  \
-                                                       netsnmp_iterator_info* info) {     \
-        return ::LldpMibFrame::Table<Def>::nextDataPoint(loopContext, dataContext,        \
-                                                         indexVars, info);                \
-    }                                                                                     \
-    void* table##_make_data_context(void* loopContext, netsnmp_iterator_info* info) {     \
-        return ::LldpMibFrame::Table<Def>::makeDataContext(loopContext, info);            \
-    }                                                                                     \
-    void table##_free_data_context(void* dataContext, netsnmp_iterator_info* info) {      \
-        ::LldpMibFrame::Table<Def>::freeDataContext(dataContext, info);                   \
-    }                                                                                     \
-    void table##_free_loop_context_at_end(void* loopContext, netsnmp_iterator_info* info) { \
-        ::LldpMibFrame::Table<Def>::freeLoopContextAtEnd(loopContext, info);              \
-    }                                                                                     \
-    [[maybe_unused]] netsnmp_variable_list* table##IterationHelper(                       \
-        void* loopContext, netsnmp_variable_list* indexVars) {                            \
-        return ::LldpMibFrame::Table<Def>::iterationHelper(loopContext, indexVars);       \
-    }                                                                                     \
-    }                                                                                     \
-    int table##_handler(netsnmp_mib_handler* handler, netsnmp_handler_registration* reg,  \
-                        netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) { \
-        return ::LldpMibFrame::Table<Def>::handler(handler, reg, reqinfo, requests);      \
-    }                                                                                     \
-    void initialize_table_##table(Zim::String8 context) {                                 \
-        ::LldpMibFrame::Table<Def>::initialize(                                           \
-            context, {table##_get_first_data_point, table##_get_next_data_point,          \
-                      table##_make_data_context, table##_free_data_context,               \
-                      table##_free_loop_context_at_end, table##_handler});                \
+#define LLDP_MIB_TABLE(table, Def)                                                                 \
+    namespace {                                                                                    \
+    netsnmp_variable_list* table##_get_first_data_point(void** loopContext, void** dataContext,    \
+                                                        netsnmp_variable_list* indexVars,          \
+                                                        netsnmp_iterator_info* info) {             \
+        return ::LldpMibFrame::Table<Def>::firstDataPoint(loopContext, dataContext, indexVars,     \
+                                                          info);                                   \
+    }                                                                                              \
+    netsnmp_variable_list* table##_get_next_data_point(void** loopContext, void** dataContext,     \
+                                                       netsnmp_variable_list* indexVars,           \
+                                                       netsnmp_iterator_info* info) {              \
+        return ::LldpMibFrame::Table<Def>::nextDataPoint(loopContext, dataContext, indexVars,      \
+                                                         info);                                    \
+    }                                                                                              \
+    void* table##_make_data_context(void* loopContext, netsnmp_iterator_info* info) {              \
+        return ::LldpMibFrame::Table<Def>::makeDataContext(loopContext, info);                     \
+    }                                                                                              \
+    void table##_free_data_context(void* dataContext, netsnmp_iterator_info* info) {               \
+        ::LldpMibFrame::Table<Def>::freeDataContext(dataContext, info);                            \
+    }                                                                                              \
+    void table##_free_loop_context_at_end(void* loopContext, netsnmp_iterator_info* info) {        \
+        ::LldpMibFrame::Table<Def>::freeLoopContextAtEnd(loopContext, info);                       \
+    }                                                                                              \
+    [[maybe_unused]] netsnmp_variable_list*                                                        \
+        table##IterationHelper(void* loopContext, netsnmp_variable_list* indexVars) {              \
+        return ::LldpMibFrame::Table<Def>::iterationHelper(loopContext, indexVars);                \
+    }                                                                                              \
+    }                                                                                              \
+    int table##_handler(netsnmp_mib_handler* handler, netsnmp_handler_registration* reg,           \
+                        netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {     \
+        return ::LldpMibFrame::Table<Def>::handler(handler, reg, reqinfo, requests);               \
+    }                                                                                              \
+    void initialize_table_##table(Zim::String8 context) {                                          \
+        ::LldpMibFrame::Table<Def>::initialize(                                                    \
+            context,                                                                               \
+            {table##_get_first_data_point, table##_get_next_data_point, table##_make_data_context, \
+             table##_free_data_context, table##_free_loop_context_at_end, table##_handler});       \
     }

@@ -5,10 +5,11 @@
 
 namespace {
 
-const Zim::LogHandle LLDP_NEIGHBOR_NEW(
-    "LLDP_NEIGHBOR_NEW", Zim::LogSeverity::notice,
-    "LLDP neighbor with chassisId %s and portId %s added on interface %s",
-    "A new LLDP neighbor was added to the neighbor table.", Zim::NoActionRequired, 0.0, 1.0, 0);
+const Zim::LogHandle
+    LLDP_NEIGHBOR_NEW("LLDP_NEIGHBOR_NEW", Zim::LogSeverity::notice,
+                      "LLDP neighbor with chassisId %s and portId %s added on interface %s",
+                      "A new LLDP neighbor was added to the neighbor table.", Zim::NoActionRequired,
+                      0.0, 1.0, 0);
 
 const Zim::LogHandle LLDP_NEIGHBOR_TIMEOUT(
     "LLDP_NEIGHBOR_TIMEOUT", Zim::LogSeverity::notice,
@@ -33,9 +34,10 @@ const Zim::LogHandle LLDP_RX_RATELIMIT(
     "reasonable rate and ensure there are no network loops.",
     60.0, 1.0, 0);
 
-const Zim::LogHandle LLDP_REMOTE_TABLES_CLEARED(
-    "LLDP_REMOTE_TABLES_CLEARED", Zim::LogSeverity::notice,
-    "LLDP neighbor table cleared by %s on %s",
-    "The LLDP neighbor table was cleared by a CLI command.", Zim::NoActionRequired, 0.0, 1.0, 0);
+const Zim::LogHandle
+    LLDP_REMOTE_TABLES_CLEARED("LLDP_REMOTE_TABLES_CLEARED", Zim::LogSeverity::notice,
+                               "LLDP neighbor table cleared by %s on %s",
+                               "The LLDP neighbor table was cleared by a CLI command.",
+                               Zim::NoActionRequired, 0.0, 1.0, 0);
 
-}  // namespace
+} // namespace

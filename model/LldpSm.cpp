@@ -30,15 +30,18 @@ std::string text(Interface::EthPortId port) {
 
 Interface::EthPortId portArgument(std::string_view operation, const std::vector<std::any>& args) {
     if (args.size() > 1) {
-        if (const auto* port = std::any_cast<Interface::EthPortId>(&args[1])) return *port;
+        if (const auto* port = std::any_cast<Interface::EthPortId>(&args[1]))
+            return *port;
         // Plain numbers go through the port id's own range check; wider values are clamped
         // first so that they cannot wrap into the valid range.
         auto checked = [](uint64_t value) {
             return Interface::EthPortId(static_cast<uint16_t>(
                 std::min<uint64_t>(value, std::numeric_limits<uint16_t>::max())));
         };
-        if (const auto* port = std::any_cast<unsigned short>(&args[1])) return checked(*port);
-        if (const auto* port = std::any_cast<unsigned>(&args[1])) return checked(*port);
+        if (const auto* port = std::any_cast<unsigned short>(&args[1]))
+            return checked(*port);
+        if (const auto* port = std::any_cast<unsigned>(&args[1]))
+            return checked(*port);
         if (const auto* port = std::any_cast<int>(&args[1])) {
             return checked(*port < 0 ? std::numeric_limits<uint64_t>::max()
                                      : static_cast<uint64_t>(*port));
@@ -47,30 +50,34 @@ Interface::EthPortId portArgument(std::string_view operation, const std::vector<
     return Zim::genericArgument<Interface::EthPortId>(operation, args, 1);
 }
 
-}  // namespace
+} // namespace
 
 // --- reactors ------------------------------------------------------------------------------
 
 void LldpSm::ZimStatus::onRemTablesLastChangeTime() {
-    if (!lldpSm_) return;
+    if (!lldpSm_)
+        return;
     const LldpSm::Ptr keep(lldpSm_);
     keep->handleLastChangeTime();
 }
 
 void LldpSm::ZimStatus::onNotifierIs() {
-    if (!lldpSm_ || !notifier() || !lldpSm_->initialized()) return;
+    if (!lldpSm_ || !notifier() || !lldpSm_->initialized())
+        return;
     const LldpSm::Ptr keep(lldpSm_);
     keep->handleLastChangeTime();
 }
 
 void LldpSm::ZimLocalSystem::onManagementAddress(const ManagementAddress::Key& key) {
-    if (!lldpSm_) return;
+    if (!lldpSm_)
+        return;
     const LldpSm::Ptr keep(lldpSm_);
     keep->handleManagementAddress(key);
 }
 
 void LldpSm::ZimLocalSystem::onManagementAddressPrio(const ManAddrPriority& prio) {
-    if (!lldpSm_) return;
+    if (!lldpSm_)
+        return;
     const LldpSm::Ptr keep(lldpSm_);
     keep->handleManagementAddressPrio(prio);
 }
@@ -81,15 +88,20 @@ LldpSm::LldpSm(const Zim::Ptr<const Lldp::AllStatus>& status,
                const Zim::Ptr<const Lldp::LocalSystem>& localSystem,
                const Zim::Ptr<const Lldp::Config>& config, const Root::Ptr& root)
     : config_(config), root_(root) {
-    if (!root_) Zim::throwRangeException("null ValidPtr");
-    if (status) newStatus(status);
-    if (localSystem) newLocalSystem(localSystem);
+    if (!root_)
+        Zim::throwRangeException("null ValidPtr");
+    if (status)
+        newStatus(status);
+    if (localSystem)
+        newLocalSystem(localSystem);
     handleInitialized();
 }
 
 LldpSm::~LldpSm() {
-    if (status_) status_->lldpSmIs(nullptr);
-    if (localSystem_) localSystem_->lldpSmIs(nullptr);
+    if (status_)
+        status_->lldpSmIs(nullptr);
+    if (localSystem_)
+        localSystem_->lldpSmIs(nullptr);
     manAddr_.clear();
     manAddrPrio_.clear();
 }
@@ -115,8 +127,10 @@ void LldpSm::newLocalSystem(const Zim::Ptr<const Lldp::LocalSystem>& localSystem
 }
 
 void LldpSm::statusIs(const Zim::Ptr<const Lldp::AllStatus>& status) {
-    if (!status) return statusDel();
-    if (status_ && status_->notifier() == status) return;
+    if (!status)
+        return statusDel();
+    if (status_ && status_->notifier() == status)
+        return;
     newStatus(status);
 }
 
@@ -125,8 +139,10 @@ void LldpSm::statusDel() {
 }
 
 void LldpSm::localSystemIs(const Zim::Ptr<const Lldp::LocalSystem>& localSystem) {
-    if (!localSystem) return localSystemDel();
-    if (localSystem_ && localSystem_->notifier() == localSystem) return;
+    if (!localSystem)
+        return localSystemDel();
+    if (localSystem_ && localSystem_->notifier() == localSystem)
+        return;
     newLocalSystem(localSystem);
 }
 
@@ -145,7 +161,8 @@ void LldpSm::manAddrIs(const ManAddrPriority& prio, const ManagementAddress::Key
 
 ManagementAddress::Key LldpSm::manAddrDel(const ManAddrPriority& prio) {
     auto it = manAddr_.find(prio);
-    if (it == manAddr_.end()) return {};
+    if (it == manAddr_.end())
+        return {};
     auto key = it->second;
     manAddr_.erase(it);
     return key;
@@ -157,7 +174,8 @@ void LldpSm::manAddrPrioIs(const ManagementAddress::Key& key, const ManAddrPrior
 
 ManAddrPriority LldpSm::manAddrPrioDel(const ManagementAddress::Key& key) {
     auto it = manAddrPrio_.find(key);
-    if (it == manAddrPrio_.end()) return {};
+    if (it == manAddrPrio_.end())
+        return {};
     auto prio = it->second;
     manAddrPrio_.erase(it);
     return prio;
@@ -191,7 +209,8 @@ void LldpSm::handleInitialized() {
 
     if (const auto system = localSystem()) {
         // Rows first; they get ports only once the priorities below are known.
-        for (const auto& key : system->managementAddress().keys()) handleManagementAddress(key);
+        for (const auto& key : system->managementAddress().keys())
+            handleManagementAddress(key);
         for (auto it = system->managementAddressPrio().begin(); !it.atEnd(); ++it) {
             handleManagementAddressPrio(it.key());
         }
@@ -232,7 +251,8 @@ void LldpSm::handleManagementAddressPrio(const ManAddrPriority& prio) {
     }
     // Losing its priority removes the whole address row, not just its ports. A priority never
     // recorded names no address, so there is nothing to remove.
-    if (manAddr_.find(prio) == manAddr_.end()) return;
+    if (manAddr_.find(prio) == manAddr_.end())
+        return;
     const auto key = manAddrDel(prio);
     manAddrPrioDel(key);
     doRemoveLocalManagementAddress(*this, key);
@@ -242,7 +262,8 @@ void LldpSm::handleLocalPort(const Ifkit::IntfId& intfId, Interface::EthPortId p
     ZIM_ASSERT(initialized());
     ZTRACE(trace(), 2, "LldpSm::handleLocalPort( " << Ifkit::valueToStrep(intfId) << " )");
     const auto system = localSystem();
-    if (!system) return;
+    if (!system)
+        return;
     const bool local = system->localPort().contains(intfId);
     for (auto it = system->managementAddressPrio().begin(); !it.atEnd(); ++it) {
         if (local) {
@@ -291,7 +312,8 @@ std::string LldpSm::strRep() const {
 }
 
 std::string LldpSm::attributeStrRep(std::string_view attribute) const {
-    if (attribute == "lastNotificationTime") return std::to_string(lastNotificationTime_);
+    if (attribute == "lastNotificationTime")
+        return std::to_string(lastNotificationTime_);
     if (attribute == "manAddrPrio") {
         // In priority order, so the text does not depend on hashing.
         std::string out = "{";
@@ -311,7 +333,8 @@ void LldpSm::invoke(std::string_view operation, const std::vector<std::any>& arg
         handleLocalPort(intfId, portArgument(operation, args));
         return;
     }
-    if (operation == "handleLastChangeTime") return handleLastChangeTime();
+    if (operation == "handleLastChangeTime")
+        return handleLastChangeTime();
     if (operation == "handleManagementAddressPrio") {
         return handleManagementAddressPrio(
             Zim::genericArgument<ManAddrPriority>(operation, args, 0));
@@ -350,9 +373,11 @@ void doAddLocalManagementAddressPort(LldpSm& lldpSm, const ManagementAddress::Ke
            "Adding port " << text(port) << " to ManagementAddress with key " << text(key));
     JOTLOG("Adding port " << text(port) << " to ManagementAddress with key " << text(key));
     const auto row = lldpSm.root()->localManagementAddress(key);
-    if (!row) return;
+    if (!row)
+        return;
     // An address is sent on no port until the agent has given it a priority.
-    if (lldpSm.manAddrPrio(key) == ManAddrPriority()) return;
+    if (lldpSm.manAddrPrio(key) == ManAddrPriority())
+        return;
     // The port list is made with the row, but a row made by someone else may lack it.
     const auto ports =
         row->portsTxEnable() ? row->portsTxEnable() : row->portsTxEnableIs("portsTxEnable");
@@ -365,9 +390,11 @@ void doRemoveLocalManagementAddressPort(LldpSm& lldpSm, const ManagementAddress:
            "Removing port " << text(port) << " from ManagementAddress with key " << text(key));
     JOTLOG("Removing port " << text(port) << " from ManagementAddress with key " << text(key));
     const auto row = lldpSm.root()->localManagementAddress(key);
-    if (!row || !row->portsTxEnable()) return;
-    if (lldpSm.manAddrPrio(key) == ManAddrPriority()) return;
+    if (!row || !row->portsTxEnable())
+        return;
+    if (lldpSm.manAddrPrio(key) == ManAddrPriority())
+        return;
     row->portsTxEnable()->portIdDel(port.value());
 }
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

@@ -25,7 +25,7 @@ namespace Snmp {
 int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops, uint32_t ageouts,
                               Zim::String8 context);
 
-}  // namespace Snmp
+} // namespace Snmp
 
 namespace Lldp::Snmp {
 
@@ -47,7 +47,7 @@ public:
         void onNotifierIs() override;
 
     private:
-        LldpSm* lldpSm_;  // the owner, which outlives its reactors
+        LldpSm* lldpSm_; // the owner, which outlives its reactors
     };
 
     // Forwards changes of the local system's management addresses and their priorities.
@@ -150,4 +150,4 @@ void doAddLocalManagementAddressPort(LldpSm& lldpSm, const ManagementAddress::Ke
 void doRemoveLocalManagementAddressPort(LldpSm& lldpSm, const ManagementAddress::Key& key,
                                         Interface::EthPortId port);
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

@@ -104,6 +104,6 @@ struct ModelStatics {
 
 const ModelStatics modelStatics;
 
-}  // namespace
+} // namespace
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

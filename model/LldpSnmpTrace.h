@@ -7,4 +7,4 @@ namespace Lldp::Snmp {
 
 const Zim::TraceHandle& lldpSnmpTraceHandle();
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

@@ -21,10 +21,11 @@ void rowTrace(const char* action, const RemoteSystemKey& key) {
     JOTLOG(action << " RemoteSystem with key " << valueToStrep(key));
 }
 
-}  // namespace
+} // namespace
 
 void PortStatusSm::ZimPortStatus::onRemoteSystem(const int32_t& index) {
-    if (!portStatusSm_) return;
+    if (!portStatusSm_)
+        return;
     const PortStatusSm::Ptr keep(portStatusSm_);
     keep->handleRemoteSystem(index);
 }
@@ -33,7 +34,8 @@ PortStatusSm::PortStatusSm(Interface::EthPortId ethPortId,
                            const Zim::Ptr<const Lldp::PortStatus>& portStatus,
                            const Root::Ptr& root)
     : ethPortId_(ethPortId), root_(root) {
-    if (!root_) Zim::throwRangeException("null ValidPtr");
+    if (!root_)
+        Zim::throwRangeException("null ValidPtr");
     if (portStatus) {
         portStatus_ = std::make_unique<ZimPortStatus>(this);
         portStatus_->hasNotificationActiveIs(hasNotificationActive_);
@@ -43,7 +45,8 @@ PortStatusSm::PortStatusSm(Interface::EthPortId ethPortId,
 }
 
 PortStatusSm::~PortStatusSm() {
-    if (portStatus_) portStatus_->portStatusSmIs(nullptr);
+    if (portStatus_)
+        portStatus_->portStatusSmIs(nullptr);
     remoteSystemSmDelAll();
 }
 
@@ -60,7 +63,8 @@ RemoteSystemSm::Ptr
 PortStatusSm::remoteSystemSmIs(int32_t index, Interface::EthPortId ethPortId,
                                const Zim::Ptr<const Lldp::RemoteSystem>& remoteSystem,
                                const Root::Ptr& root) {
-    if (!remoteSystem || !root) Zim::throwRangeException("null ValidPtr");
+    if (!remoteSystem || !root)
+        Zim::throwRangeException("null ValidPtr");
     if (const auto existing = remoteSystemSm(index)) {
         if (existing->ethPortId() != ethPortId) {
             throwPointerInterfaceInUse("_ethPortId", Interface::valueToStrep(ethPortId),
@@ -91,10 +95,13 @@ void PortStatusSm::remoteSystemSmDelAll() {
 }
 
 void PortStatusSm::hasNotificationActiveIs(bool active) {
-    if (active == hasNotificationActive_) return;
+    if (active == hasNotificationActive_)
+        return;
     hasNotificationActive_ = active;
-    if (portStatus_) portStatus_->hasNotificationActiveIs(active);
-    for (const auto& [index, machine] : remoteSystemSm_) machine->hasNotificationActiveIs(active);
+    if (portStatus_)
+        portStatus_->hasNotificationActiveIs(active);
+    for (const auto& [index, machine] : remoteSystemSm_)
+        machine->hasNotificationActiveIs(active);
 }
 
 void PortStatusSm::handleInitialized() {
@@ -103,7 +110,8 @@ void PortStatusSm::handleInitialized() {
     ZTRACE(trace(), 1,
            "PortStatusSm::handleInitialized( " << Interface::valueToStrep(ethPortId_) << " )");
     const auto status = portStatus();
-    if (!status) return;
+    if (!status)
+        return;
     for (const auto& [index, neighbour] : status->remoteSystem())
         doAddRemoteSystem(*this, index, neighbour);
 }
@@ -128,12 +136,14 @@ void PortStatusSm::doClose() {
     // The agent's neighbours, and any this machine still holds that the agent no longer lists
     // (missed while muted): everything this machine put into the root goes.
     std::vector<int32_t> indexes;
-    if (const auto status = portStatus()) indexes = status->remoteSystem().keys();
+    if (const auto status = portStatus())
+        indexes = status->remoteSystem().keys();
     for (const auto& [index, machine] : remoteSystemSm_) {
         if (std::find(indexes.begin(), indexes.end(), index) == indexes.end())
             indexes.push_back(index);
     }
-    for (const int32_t index : indexes) doRemoveRemoteSystem(*this, index);
+    for (const int32_t index : indexes)
+        doRemoveRemoteSystem(*this, index);
 }
 
 std::string PortStatusSm::strRep() const {
@@ -141,7 +151,8 @@ std::string PortStatusSm::strRep() const {
 }
 
 void PortStatusSm::invoke(std::string_view operation, const std::vector<std::any>& args) {
-    if (operation == "doClose") return doClose();
+    if (operation == "doClose")
+        return doClose();
     GenericIf::invoke(operation, args);
 }
 
@@ -160,9 +171,10 @@ void doAddRemoteSystem(PortStatusSm& sm, int32_t index,
 void doRemoveRemoteSystem(PortStatusSm& sm, int32_t index) {
     const RemoteSystemKey key(sm.ethPortId(), index);
     rowTrace("Removing", key);
-    if (const auto machine = sm.remoteSystemSm(index)) machine->doClose();
+    if (const auto machine = sm.remoteSystemSm(index))
+        machine->doClose();
     sm.remoteSystemSmDel(index);
     sm.root()->remoteSystemDel(key);
 }
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

@@ -28,7 +28,7 @@ public:
         void onRemoteSystem(const int32_t& index) override;
 
     private:
-        PortStatusSm* portStatusSm_;  // the owner, which outlives its reactor
+        PortStatusSm* portStatusSm_; // the owner, which outlives its reactor
     };
 
     // A null portStatus is allowed: the machine then follows nothing. Adds the interface's
@@ -88,4 +88,4 @@ void doAddRemoteSystem(PortStatusSm& sm, int32_t index,
 // The sub-rows first, then the machine, then the neighbour's row.
 void doRemoveRemoteSystem(PortStatusSm& sm, int32_t index);
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

@@ -31,7 +31,8 @@ std::string valueText(const char* typeName, const std::array<Field, N>& fields) 
 template <size_t N>
 std::string fieldText(const std::array<Field, N>& fields, std::string_view attribute) {
     for (const auto& [name, value] : fields) {
-        if (attribute == name) return value;
+        if (attribute == name)
+            return value;
     }
     Zim::throwBadGenericCall("no attribute", attribute);
 }
@@ -80,7 +81,7 @@ std::array<Field, 3> fields(const RemoteProtocolIdentityInfoKey& key) {
                        Field{"protocolIndex", std::to_string(key.protocolIndex)});
 }
 
-}  // namespace
+} // namespace
 
 std::string valueToStrep(const RemoteSystemKey& key) {
     return valueText(RemoteSystemKey::typeName, fields(key));
@@ -126,4 +127,4 @@ std::string attributeStrRep(const RemoteProtocolIdentityInfoKey& key, std::strin
     return fieldText(fields(key), attribute);
 }
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

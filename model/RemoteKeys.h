@@ -14,8 +14,7 @@
 namespace Lldp::Snmp {
 
 // Comparison operators derived from the key's fields() tuple, in declaration order.
-template <class Key>
-struct KeyOrder {
+template <class Key> struct KeyOrder {
     friend bool operator==(const Key& a, const Key& b) { return a.fields() == b.fields(); }
     friend bool operator!=(const Key& a, const Key& b) { return !(a == b); }
     friend bool operator<(const Key& a, const Key& b) { return a.fields() < b.fields(); }
@@ -129,4 +128,4 @@ auto operator<<(std::ostream& os, const Key& key) -> decltype(key.fields(), Key:
     return os << valueToStrep(key);
 }
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

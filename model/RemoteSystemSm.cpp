@@ -30,42 +30,48 @@ void handlerTrace(const RemoteSystemSm& sm, const char* handler, ArgumentText ar
                               << " )");
 }
 
-}  // namespace
+} // namespace
 
 // --- reactor -------------------------------------------------------------------------------
 
 void RemoteSystemSm::ZimRemoteSystem::onManagementAddress(const ManagementAddress::Key& key) {
-    if (!remoteSystemSm_) return;
+    if (!remoteSystemSm_)
+        return;
     const RemoteSystemSm::Ptr keep(remoteSystemSm_);
     keep->handleManagementAddress(key);
 }
 
 void RemoteSystemSm::ZimRemoteSystem::onUnknownTlv(const uint32_t& type) {
-    if (!remoteSystemSm_) return;
+    if (!remoteSystemSm_)
+        return;
     const RemoteSystemSm::Ptr keep(remoteSystemSm_);
     keep->handleUnknownTlv(type);
 }
 
 void RemoteSystemSm::ZimRemoteSystem::onUnknownOrgDefTlv(const UnknownOrgDefTlv::Key& key) {
-    if (!remoteSystemSm_) return;
+    if (!remoteSystemSm_)
+        return;
     const RemoteSystemSm::Ptr keep(remoteSystemSm_);
     keep->handleUnknownOrgDefTlv(key);
 }
 
 void RemoteSystemSm::ZimRemoteSystem::onPortAndProtocolVlan(const Bridging::VlanIdOrNone& vlan) {
-    if (!remoteSystemSm_) return;
+    if (!remoteSystemSm_)
+        return;
     const RemoteSystemSm::Ptr keep(remoteSystemSm_);
     keep->handlePortAndProtocolVlan(vlan);
 }
 
 void RemoteSystemSm::ZimRemoteSystem::onVlanName(const Bridging::VlanId& vlan) {
-    if (!remoteSystemSm_) return;
+    if (!remoteSystemSm_)
+        return;
     const RemoteSystemSm::Ptr keep(remoteSystemSm_);
     keep->handleVlanName(vlan);
 }
 
 void RemoteSystemSm::ZimRemoteSystem::onProtocolIdentityInfo(const int32_t& id) {
-    if (!remoteSystemSm_) return;
+    if (!remoteSystemSm_)
+        return;
     const RemoteSystemSm::Ptr keep(remoteSystemSm_);
     keep->handleProtocolIdentityInfo(id);
 }
@@ -76,7 +82,8 @@ RemoteSystemSm::RemoteSystemSm(int32_t index, Interface::EthPortId ethPortId,
                                const Zim::Ptr<const Lldp::RemoteSystem>& remoteSystem,
                                const Root::Ptr& root)
     : index_(index), ethPortId_(ethPortId), root_(root) {
-    if (!remoteSystem || !root_) Zim::throwRangeException("null ValidPtr");
+    if (!remoteSystem || !root_)
+        Zim::throwRangeException("null ValidPtr");
     remoteSystem_ = std::make_unique<ZimRemoteSystem>(this);
     remoteSystem_->hasNotificationActiveIs(hasNotificationActive_);
     remoteSystem_->notifierIs(remoteSystem);
@@ -88,7 +95,8 @@ RemoteSystemSm::~RemoteSystemSm() {
 }
 
 void RemoteSystemSm::hasNotificationActiveIs(bool active) {
-    if (active == hasNotificationActive_) return;
+    if (active == hasNotificationActive_)
+        return;
     hasNotificationActive_ = active;
     remoteSystem_->hasNotificationActiveIs(active);
 }
@@ -102,14 +110,16 @@ void RemoteSystemSm::handleInitialized() {
     for (const auto& [memberKey, member] : neighbour.managementAddress()) {
         doAddManagementAddress(*this, member);
     }
-    for (const auto& [memberKey, member] : neighbour.unknownTlv()) doAddUnknownTlv(*this, member);
+    for (const auto& [memberKey, member] : neighbour.unknownTlv())
+        doAddUnknownTlv(*this, member);
     for (const auto& [memberKey, member] : neighbour.unknownOrgDefTlv()) {
         doAddUnknownOrgDefTlv(*this, member);
     }
     for (const auto& [memberKey, member] : neighbour.portAndProtocolVlan()) {
         doAddPortAndProtocolVlan(*this, member);
     }
-    for (const auto& [memberKey, member] : neighbour.vlanName()) doAddVlanName(*this, member);
+    for (const auto& [memberKey, member] : neighbour.vlanName())
+        doAddVlanName(*this, member);
     for (const auto& [memberKey, member] : neighbour.protocolIdentityInfo()) {
         doAddProtocolIdentityInfo(*this, member);
     }
@@ -206,7 +216,8 @@ std::string RemoteSystemSm::strRep() const {
 }
 
 void RemoteSystemSm::invoke(std::string_view operation, const std::vector<std::any>& args) {
-    if (operation == "doClose") return doClose();
+    if (operation == "doClose")
+        return doClose();
     GenericIf::invoke(operation, args);
 }
 
@@ -300,10 +311,11 @@ void throwPointerInterfaceInUse(std::string_view attribute, const std::string& w
 }
 
 std::string pointerText(const void* pointer) {
-    if (!pointer) return "None";
+    if (!pointer)
+        return "None";
     std::ostringstream os;
     os << pointer;
     return os.str();
 }
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

@@ -36,7 +36,7 @@ public:
         void onProtocolIdentityInfo(const int32_t& id) override;
 
     private:
-        RemoteSystemSm* remoteSystemSm_;  // the owner, which outlives its reactor
+        RemoteSystemSm* remoteSystemSm_; // the owner, which outlives its reactor
     };
 
     // Adds the neighbour's sub-rows before returning. The reactor starts muted; the owner turns
@@ -106,4 +106,4 @@ void doRemoveProtocolIdentityInfo(RemoteSystemSm& sm, int32_t id);
 // How a constructor parameter that is an entity appears in that text.
 std::string pointerText(const void* pointer);
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

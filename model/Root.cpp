@@ -10,7 +10,8 @@ namespace Lldp::Snmp {
 namespace {
 
 void requirePointer(const void* pointer) {
-    if (!pointer) Zim::throwRangeException("null ValidPtr");
+    if (!pointer)
+        Zim::throwRangeException("null ValidPtr");
 }
 
 // A collection can outlive the root (an iterator holds it): it must not call back into it, and
@@ -24,7 +25,7 @@ template <class Map> void detachValueRows(Map& map) {
     map.onChangeIs(nullptr);
 }
 
-}  // namespace
+} // namespace
 
 Root::Root(Zim::String8 name) : Entity(std::move(name)) {}
 
@@ -72,7 +73,8 @@ Root::localManagementAddress(const ManagementAddress::Key& key) const {
 
 Zim::Ptr<LocalManagementAddress>
 Root::newLocalManagementAddress(const ManagementAddress::Key& key) {
-    if (const auto* replaced = localManagementAddress_->find(key)) (*replaced)->parentIs(nullptr);
+    if (const auto* replaced = localManagementAddress_->find(key))
+        (*replaced)->parentIs(nullptr);
     auto row = Zim::makePtr<LocalManagementAddress>(key);
     row->parentIs(this);
     localManagementAddress_->set(key, row);
@@ -80,13 +82,15 @@ Root::newLocalManagementAddress(const ManagementAddress::Key& key) {
 }
 
 Zim::Ptr<LocalManagementAddress> Root::localManagementAddressIs(const ManagementAddress::Key& key) {
-    if (auto existing = localManagementAddress(key)) return existing;
+    if (auto existing = localManagementAddress(key))
+        return existing;
     return newLocalManagementAddress(key);
 }
 
 void Root::localManagementAddressDel(const ManagementAddress::Key& key) {
     const auto* row = localManagementAddress_->find(key);
-    if (!row) return;
+    if (!row)
+        return;
     (*row)->parentIs(nullptr);
     localManagementAddress_->erase(key);
 }
@@ -175,4 +179,4 @@ void Root::lldpSmDel() {
     lldpSm_ = nullptr;
 }
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

@@ -15,53 +15,73 @@ class PortStatusSm;
 
 // The operation family of one collection of entity rows: newXxx, xxxIs, xxxDel (by key and by
 // iterator), xxxDelAll, xxx(key), and the collection itself for ordered walks.
-#define LLDP_SNMP_ENTITY_ROWS(Row, name, Name)                                            \
-public:                                                                                   \
-    using Name##Map = ::Zim::OrderedMap<Row::Key, ::Zim::Ptr<Row>>;                       \
-    const Name##Map& name() const noexcept { return *name##_; }                           \
-    ::Zim::Ptr<Row> name(const Row::Key& key) const {                                     \
-        auto* row = name##_->find(key);                                                   \
-        return row ? *row : ::Zim::Ptr<Row>();                                            \
-    }                                                                                     \
-    ::Zim::Ptr<Row> new##Name(const Row::Key& key, const ::Zim::Ptr<const Row::AgentType>& ptr) { \
-        return newEntityRow<Row>(*name##_, key, ptr);                                     \
-    }                                                                                     \
-    ::Zim::Ptr<Row> name##Is(const Row::Key& key, const ::Zim::Ptr<const Row::AgentType>& ptr) { \
-        return entityRowIs<Row>(*name##_, key, ptr);                                      \
-    }                                                                                     \
-    void name##Del(const Row::Key& key) { name##_->erase(key); }                          \
-    void name##Del(const Name##Map::ConstIterator& it) {                                  \
-        if (it) name##_->erase(it.key());                                                 \
-    }                                                                                     \
-    void name##DelAll() { name##_->clear(); }                                             \
-    void name##Notify(const Row::Key& key) {                                              \
-        notifiees_.notify([&](Notifiee& n) { n.on##Name(key); });                         \
-    }                                                                                     \
-                                                                                          \
-private:                                                                                  \
-    ::Zim::Ptr<Name##Map> name##_ = makeCollection<Name##Map>(                            \
-        [this](const Row::Key& key) { name##Notify(key); });
+#define LLDP_SNMP_ENTITY_ROWS(Row, name, Name)                                                     \
+public:                                                                                            \
+    using Name##Map = ::Zim::OrderedMap<Row::Key, ::Zim::Ptr<Row>>;                                \
+    const Name##Map& name() const noexcept {                                                       \
+        return *name##_;                                                                           \
+    }                                                                                              \
+    ::Zim::Ptr<Row> name(const Row::Key& key) const {                                              \
+        auto* row = name##_->find(key);                                                            \
+        return row ? *row : ::Zim::Ptr<Row>();                                                     \
+    }                                                                                              \
+    ::Zim::Ptr<Row> new##Name(const Row::Key& key, const ::Zim::Ptr<const Row::AgentType>& ptr) {  \
+        return newEntityRow<Row>(*name##_, key, ptr);                                              \
+    }                                                                                              \
+    ::Zim::Ptr<Row> name##Is(const Row::Key& key, const ::Zim::Ptr<const Row::AgentType>& ptr) {   \
+        return entityRowIs<Row>(*name##_, key, ptr);                                               \
+    }                                                                                              \
+    void name##Del(const Row::Key& key) {                                                          \
+        name##_->erase(key);                                                                       \
+    }                                                                                              \
+    void name##Del(const Name##Map::ConstIterator& it) {                                           \
+        if (it)                                                                                    \
+            name##_->erase(it.key());                                                              \
+    }                                                                                              \
+    void name##DelAll() {                                                                          \
+        name##_->clear();                                                                          \
+    }                                                                                              \
+    void name##Notify(const Row::Key& key) {                                                       \
+        notifiees_.notify([&](Notifiee& n) { n.on##Name(key); });                                  \
+    }                                                                                              \
+                                                                                                   \
+private:                                                                                           \
+    ::Zim::Ptr<Name##Map> name##_ =                                                                \
+        makeCollection<Name##Map>([this](const Row::Key& key) { name##Notify(key); });
 
 // The same family for value rows: xxxIs(value) overwrites the row of the value's key in place.
-#define LLDP_SNMP_VALUE_ROWS(Row, name, Name)                                             \
-public:                                                                                   \
-    using Name##Map = ::Zim::OrderedMap<Row::Key, Row>;                                   \
-    const Name##Map& name() const noexcept { return *name##_; }                           \
-    const Row* name(const Row::Key& key) const { return name##_->find(key); }             \
-    void new##Name(const Row& value) { name##_->set(value.key, value); }                  \
-    void name##Is(const Row& value) { name##_->set(value.key, value); }                   \
-    void name##Del(const Row::Key& key) { name##_->erase(key); }                          \
-    void name##Del(const Name##Map::ConstIterator& it) {                                  \
-        if (it) name##_->erase(it.key());                                                 \
-    }                                                                                     \
-    void name##DelAll() { name##_->clear(); }                                             \
-    void name##Notify(const Row::Key& key) {                                              \
-        notifiees_.notify([&](Notifiee& n) { n.on##Name(key); });                         \
-    }                                                                                     \
-                                                                                          \
-private:                                                                                  \
-    ::Zim::Ptr<Name##Map> name##_ = makeCollection<Name##Map>(                            \
-        [this](const Row::Key& key) { name##Notify(key); });
+#define LLDP_SNMP_VALUE_ROWS(Row, name, Name)                                                      \
+public:                                                                                            \
+    using Name##Map = ::Zim::OrderedMap<Row::Key, Row>;                                            \
+    const Name##Map& name() const noexcept {                                                       \
+        return *name##_;                                                                           \
+    }                                                                                              \
+    const Row* name(const Row::Key& key) const {                                                   \
+        return name##_->find(key);                                                                 \
+    }                                                                                              \
+    void new##Name(const Row& value) {                                                             \
+        name##_->set(value.key, value);                                                            \
+    }                                                                                              \
+    void name##Is(const Row& value) {                                                              \
+        name##_->set(value.key, value);                                                            \
+    }                                                                                              \
+    void name##Del(const Row::Key& key) {                                                          \
+        name##_->erase(key);                                                                       \
+    }                                                                                              \
+    void name##Del(const Name##Map::ConstIterator& it) {                                           \
+        if (it)                                                                                    \
+            name##_->erase(it.key());                                                              \
+    }                                                                                              \
+    void name##DelAll() {                                                                          \
+        name##_->clear();                                                                          \
+    }                                                                                              \
+    void name##Notify(const Row::Key& key) {                                                       \
+        notifiees_.notify([&](Notifiee& n) { n.on##Name(key); });                                  \
+    }                                                                                              \
+                                                                                                   \
+private:                                                                                           \
+    ::Zim::Ptr<Name##Map> name##_ =                                                                \
+        makeCollection<Name##Map>([this](const Row::Key& key) { name##Notify(key); });
 
 class Root : public Zim::Entity {
 public:
@@ -94,7 +114,8 @@ public:
     const LocalManagementAddressMap& localManagementAddress() const noexcept {
         return *localManagementAddress_;
     }
-    Zim::Ptr<LocalManagementAddress> localManagementAddress(const ManagementAddress::Key& key) const;
+    Zim::Ptr<LocalManagementAddress>
+    localManagementAddress(const ManagementAddress::Key& key) const;
     Zim::Ptr<LocalManagementAddress> newLocalManagementAddress(const ManagementAddress::Key& key);
     Zim::Ptr<LocalManagementAddress> localManagementAddressIs(const ManagementAddress::Key& key);
     void localManagementAddressDel(const ManagementAddress::Key& key);
@@ -129,8 +150,7 @@ public:
 private:
     explicit Root(Zim::String8 name);
 
-    template <class Map>
-    static Zim::Ptr<Map> makeCollection(typename Map::ChangeHook hook) {
+    template <class Map> static Zim::Ptr<Map> makeCollection(typename Map::ChangeHook hook) {
         auto map = Zim::makePtr<Map>();
         map->onChangeIs(std::move(hook));
         return map;
@@ -147,7 +167,8 @@ private:
     Zim::Ptr<Row> entityRowIs(Map& map, const typename Row::Key& key,
                               const Zim::Ptr<const typename Row::AgentType>& ptr) {
         if (auto* existing = map.find(key)) {
-            if ((*existing)->ptr() == ptr) return *existing;
+            if ((*existing)->ptr() == ptr)
+                return *existing;
             throwEntityRowInUse((*existing)->name(), (*existing)->ptr().get(), ptr.get());
         }
         return newEntityRow<Row>(map, key, ptr);
@@ -181,4 +202,4 @@ private:
 // Makes the root that the host mounts at "snmp/lldp/root".
 Root::Ptr rootFactory(Zim::String8 name);
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

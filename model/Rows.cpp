@@ -15,14 +15,16 @@ Zim::Ptr<PortList> LocalManagementAddress::newPortsTxEnable(const Zim::String8& 
 }
 
 Zim::Ptr<PortList> LocalManagementAddress::portsTxEnableIs(const Zim::String8& name) {
-    if (portsTxEnable_ && portsTxEnable_->name() == name) return portsTxEnable_;
+    if (portsTxEnable_ && portsTxEnable_->name() == name)
+        return portsTxEnable_;
     return newPortsTxEnable(name);
 }
 
 void LocalManagementAddress::portsTxEnableDel() {
-    if (!portsTxEnable_) return;
+    if (!portsTxEnable_)
+        return;
     portsTxEnable_->parentIs(nullptr);
     portsTxEnable_ = nullptr;
 }
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

@@ -14,8 +14,7 @@
 namespace Lldp::Snmp {
 
 // A row that stands for one agent entity under a key.
-template <class K, class Agent>
-class EntityRow : public Zim::Entity {
+template <class K, class Agent> class EntityRow : public Zim::Entity {
 public:
     using Key = K;
     using AgentType = Agent;
@@ -82,8 +81,7 @@ private:
 class LocalManagementAddress : public Zim::Entity {
 public:
     using Key = ManagementAddress::Key;
-    explicit LocalManagementAddress(const Key& key)
-        : Entity(Lldp::valueToStrep(key)), key_(key) {}
+    explicit LocalManagementAddress(const Key& key) : Entity(Lldp::valueToStrep(key)), key_(key) {}
     ~LocalManagementAddress() override;
     const char* typeName() const noexcept override { return "Lldp::Snmp::LocalManagementAddress"; }
     const Key& key() const noexcept { return key_; }
@@ -105,8 +103,7 @@ private:
 
 // A copied sub-table member of one neighbour: the key, the neighbour it came from (compared by
 // identity) and the member's value.
-template <class K, class Raw, const char* TypeName>
-struct ValueRow {
+template <class K, class Raw, const char* TypeName> struct ValueRow {
     using Key = K;
     using RawValue = Raw;
     static constexpr const char* typeName = TypeName;
@@ -147,4 +144,4 @@ std::string valueToStrep(const ValueRow<K, Raw, TypeName>& row) {
            ", 'ptr': " + ptr + ", 'rawValue': " + Lldp::valueToStrep(row.rawValue) + "})";
 }
 
-}  // namespace Lldp::Snmp
+} // namespace Lldp::Snmp

@@ -16,7 +16,8 @@ public:
     struct EnabledTlvs {
         EnabledTlvs() = default;
         explicit EnabledTlvs(uint32_t v) : value(static_cast<uint8_t>(v)) {
-            if (v > 0xf) Zim::throwRangeException("EnabledTlvs::value > 0xf not allowed");
+            if (v > 0xf)
+                Zim::throwRangeException("EnabledTlvs::value > 0xf not allowed");
         }
         uint8_t value = 0;
         friend bool operator==(const EnabledTlvs&, const EnabledTlvs&) = default;
@@ -26,7 +27,8 @@ public:
     struct Dot3EnabledTlvs {
         Dot3EnabledTlvs() = default;
         explicit Dot3EnabledTlvs(uint32_t v) : value(static_cast<uint8_t>(v)) {
-            if (v > 0xf) Zim::throwRangeException("Dot3EnabledTlvs::value > 0xf not allowed");
+            if (v > 0xf)
+                Zim::throwRangeException("Dot3EnabledTlvs::value > 0xf not allowed");
         }
         uint8_t value = 0;
         friend bool operator==(const Dot3EnabledTlvs&, const Dot3EnabledTlvs&) = default;
@@ -85,4 +87,4 @@ private:
     ZIM_HASHED_COLLECTION(Ifkit::IntfId, Zim::Ptr<PortConfig>, portConfig, PortConfig)
 };
 
-}  // namespace Lldp
+} // namespace Lldp

@@ -18,4 +18,4 @@ void LocalSystem::managementAddressPrioDel(const ManAddrPriority& prio) {
     }
 }
 
-}  // namespace Lldp
+} // namespace Lldp

@@ -82,4 +82,4 @@ private:
     ZIM_HASHED_COLLECTION(Ifkit::IntfId, Zim::Ptr<LocalPort>, localPort, LocalPort)
 };
 
-}  // namespace Lldp
+} // namespace Lldp

@@ -33,7 +33,7 @@ private:
 
 std::string valueToStrep(const EthPortId& id);
 
-}  // namespace Interface
+} // namespace Interface
 
 namespace Ifkit {
 
@@ -52,7 +52,7 @@ private:
 
 std::string valueToStrep(const IntfId& id);
 
-}  // namespace Ifkit
+} // namespace Ifkit
 
 namespace Bridging {
 
@@ -77,7 +77,8 @@ class VlanIdOrNone {
 public:
     VlanIdOrNone() = default;
     explicit VlanIdOrNone(uint16_t value) : value_(value) {
-        if (value > 4094) Zim::throwRangeException("VlanIdOrNone::value > 4094 not allowed");
+        if (value > 4094)
+            Zim::throwRangeException("VlanIdOrNone::value > 4094 not allowed");
     }
     uint16_t value() const noexcept { return value_; }
     friend auto operator<=>(const VlanIdOrNone&, const VlanIdOrNone&) = default;
@@ -89,23 +90,19 @@ private:
 std::string valueToStrep(const VlanId& id);
 std::string valueToStrep(const VlanIdOrNone& id);
 
-}  // namespace Bridging
+} // namespace Bridging
 
-template <>
-struct std::hash<Interface::EthPortId> {
+template <> struct std::hash<Interface::EthPortId> {
     size_t operator()(const Interface::EthPortId& id) const noexcept { return id.value(); }
 };
-template <>
-struct std::hash<Ifkit::IntfId> {
+template <> struct std::hash<Ifkit::IntfId> {
     size_t operator()(const Ifkit::IntfId& id) const noexcept {
         return std::hash<Zim::String8>()(id.name());
     }
 };
-template <>
-struct std::hash<Bridging::VlanId> {
+template <> struct std::hash<Bridging::VlanId> {
     size_t operator()(const Bridging::VlanId& id) const noexcept { return id.value(); }
 };
-template <>
-struct std::hash<Bridging::VlanIdOrNone> {
+template <> struct std::hash<Bridging::VlanIdOrNone> {
     size_t operator()(const Bridging::VlanIdOrNone& id) const noexcept { return id.value(); }
 };

@@ -83,8 +83,7 @@ private:
     ZIM_HASHED_COLLECTION(Bridging::VlanIdOrNone, PortAndProtocolVlan, portAndProtocolVlan,
                           PortAndProtocolVlan)
     ZIM_HASHED_COLLECTION(Bridging::VlanId, VlanName, vlanName, VlanName)
-    ZIM_HASHED_COLLECTION(int32_t, ProtocolIdentityInfo, protocolIdentityInfo,
-                          ProtocolIdentityInfo)
+    ZIM_HASHED_COLLECTION(int32_t, ProtocolIdentityInfo, protocolIdentityInfo, ProtocolIdentityInfo)
 };
 
-}  // namespace Lldp
+} // namespace Lldp

@@ -68,4 +68,4 @@ private:
     ZIM_HASHED_COLLECTION(Ifkit::IntfId, Zim::Ptr<PortStatus>, portStatus, PortStatus)
 };
 
-}  // namespace Lldp
+} // namespace Lldp

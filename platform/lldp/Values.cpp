@@ -7,9 +7,13 @@
 namespace Lldp {
 
 namespace {
-std::string quoted(const Zim::String8& s) { return "'" + Zim::printable(s) + "'"; }
-std::string boolText(bool b) { return b ? "True" : "False"; }
-}  // namespace
+std::string quoted(const Zim::String8& s) {
+    return "'" + Zim::printable(s) + "'";
+}
+std::string boolText(bool b) {
+    return b ? "True" : "False";
+}
+} // namespace
 
 Zim::String8 boundedString(const Zim::String8& bytes, size_t bound, const char* typeName) {
     if (bytes.size() > bound) {
@@ -23,14 +27,17 @@ ManagementAddress::Key::Key(int32_t subtype, const Zim::String8& address)
     : subtype_(subtype), address_(boundedString(address, 31, "ManAddress")) {}
 
 bool operator<(const ManagementAddress::Key& a, const ManagementAddress::Key& b) {
-    if (a.subtype_ != b.subtype_) return a.subtype_ < b.subtype_;
-    if (a.address_.size() != b.address_.size()) return a.address_.size() < b.address_.size();
+    if (a.subtype_ != b.subtype_)
+        return a.subtype_ < b.subtype_;
+    if (a.address_.size() != b.address_.size())
+        return a.address_.size() < b.address_.size();
     return a.address_.view() < b.address_.view();
 }
 
 UnknownTlv::UnknownTlv(uint32_t type, const Zim::String8& info)
     : type_(type), info_(boundedString(info, 511, "BoundedString511")) {
-    if (type - 9u > 117u) Zim::throwRangeException("UnknownTlv::type < 9 or > 126 not allowed");
+    if (type - 9u > 117u)
+        Zim::throwRangeException("UnknownTlv::type < 9 or > 126 not allowed");
 }
 
 std::string valueToStrep(const ManagementAddress::Key& key) {
@@ -40,11 +47,13 @@ std::string valueToStrep(const ManagementAddress::Key& key) {
 
 std::string valueToStrep(const ManagementAddress& a) {
     return "Value('Lldp::ManagementAddress', ** {'key': " + valueToStrep(a.key()) +
-           ", 'ifSubtype': " + std::to_string(a.ifSubtype()) + ", 'ifId': " +
-           std::to_string(a.ifId()) + ", 'oid': " + quoted(a.oid()) + "})";
+           ", 'ifSubtype': " + std::to_string(a.ifSubtype()) +
+           ", 'ifId': " + std::to_string(a.ifId()) + ", 'oid': " + quoted(a.oid()) + "})";
 }
 
-std::string valueToStrep(const ManAddrPriority& prio) { return std::to_string(prio.value()); }
+std::string valueToStrep(const ManAddrPriority& prio) {
+    return std::to_string(prio.value());
+}
 
 std::string valueToStrep(const Oui& oui) {
     char text[16];
@@ -85,4 +94,4 @@ std::string valueToStrep(const ProtocolIdentityInfo& p) {
            ", 'protocolId': " + quoted(p.protocolId()) + "})";
 }
 
-}  // namespace Lldp
+} // namespace Lldp

@@ -42,7 +42,7 @@ public:
     int32_t manAddrLen() const noexcept { return static_cast<int32_t>(key_.address().size()) + 1; }
     int32_t ifSubtype() const noexcept { return ifSubtype_; }
     int32_t ifId() const noexcept { return ifId_; }
-    const Zim::String8& oid() const noexcept { return oid_; }  // dotted text, "1.3.6.1..."
+    const Zim::String8& oid() const noexcept { return oid_; } // dotted text, "1.3.6.1..."
     friend bool operator==(const ManagementAddress&, const ManagementAddress&) = default;
 
 private:
@@ -96,7 +96,8 @@ public:
     class Key {
     public:
         Key() = default;
-        Key(Oui oui, uint32_t subtype, int32_t index) : oui_(oui), subtype_(subtype), index_(index) {}
+        Key(Oui oui, uint32_t subtype, int32_t index)
+            : oui_(oui), subtype_(subtype), index_(index) {}
         Oui oui() const noexcept { return oui_; }
         uint32_t subtype() const noexcept { return subtype_; }
         int32_t index() const noexcept { return index_; }
@@ -138,7 +139,8 @@ private:
 class VlanName {
 public:
     VlanName() = default;
-    VlanName(Bridging::VlanId id, Zim::String8 vlanName) : id_(id), vlanName_(std::move(vlanName)) {}
+    VlanName(Bridging::VlanId id, Zim::String8 vlanName)
+        : id_(id), vlanName_(std::move(vlanName)) {}
     Bridging::VlanId id() const noexcept { return id_; }
     const Zim::String8& vlanName() const noexcept { return vlanName_; }
     friend bool operator==(const VlanName&, const VlanName&) = default;
@@ -177,7 +179,7 @@ struct LinkAggStatusMap {
 struct MacPhyConfigStatusInfo {
     bool autoNegSupported = false;
     bool autoNegEnabled = false;
-    uint16_t autoNegAdvertisedCapAsU16 = 0;  // already in BITS order: bit 0 is 0x8000
+    uint16_t autoNegAdvertisedCapAsU16 = 0; // already in BITS order: bit 0 is 0x8000
     int32_t operMauType = 0;
     friend bool operator==(const MacPhyConfigStatusInfo&, const MacPhyConfigStatusInfo&) = default;
 };
@@ -204,22 +206,20 @@ std::string valueToStrep(const PortAndProtocolVlan& vlan);
 std::string valueToStrep(const VlanName& name);
 std::string valueToStrep(const ProtocolIdentityInfo& info);
 
-}  // namespace Lldp
+} // namespace Lldp
 
-template <>
-struct std::hash<Lldp::ManagementAddress::Key> {
+template <> struct std::hash<Lldp::ManagementAddress::Key> {
     size_t operator()(const Lldp::ManagementAddress::Key& k) const noexcept {
         return std::hash<Zim::String8>()(k.address()) * 31 + static_cast<size_t>(k.subtype());
     }
 };
-template <>
-struct std::hash<Lldp::ManAddrPriority> {
+template <> struct std::hash<Lldp::ManAddrPriority> {
     size_t operator()(const Lldp::ManAddrPriority& p) const noexcept { return p.value(); }
 };
-template <>
-struct std::hash<Lldp::UnknownOrgDefTlv::Key> {
+template <> struct std::hash<Lldp::UnknownOrgDefTlv::Key> {
     size_t operator()(const Lldp::UnknownOrgDefTlv::Key& k) const noexcept {
-        return (static_cast<size_t>(k.oui().value()) << 40) ^ (static_cast<size_t>(k.subtype()) << 20) ^
+        return (static_cast<size_t>(k.oui().value()) << 40) ^
+               (static_cast<size_t>(k.subtype()) << 20) ^
                static_cast<size_t>(static_cast<uint32_t>(k.index()));
     }
 };

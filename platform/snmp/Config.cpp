@@ -4,11 +4,13 @@ namespace Snmp {
 
 // Entries that outlive their group or configuration must not keep pointing at it.
 NotificationGroup::~NotificationGroup() {
-    for (auto& [name, notification] : notifications_) notification->parentIs(nullptr);
+    for (auto& [name, notification] : notifications_)
+        notification->parentIs(nullptr);
 }
 
 Config::~Config() {
-    for (auto& [name, group] : groups_) group->parentIs(nullptr);
+    for (auto& [name, group] : groups_)
+        group->parentIs(nullptr);
 }
 
 Zim::Ptr<Notification> NotificationGroup::notification(const Zim::String8& name) const {
@@ -42,14 +44,16 @@ Zim::Ptr<NotificationGroup> Config::notificationConfigIs(const Zim::String8& gro
 NotificationStatus Config::notificationStatus(const Zim::String8& group,
                                               const Zim::String8& notification) const {
     auto g = notificationConfig(group);
-    if (!g) return {false, "notification group " + group.str() + " is not configured"};
+    if (!g)
+        return {false, "notification group " + group.str() + " is not configured"};
     auto n = g->notification(notification);
     if (!n) {
         return {false, "notification " + notification.str() + " is not configured in group " +
                            group.str()};
     }
-    if (!n->enabled()) return {false, n->disabledReason()};
+    if (!n->enabled())
+        return {false, n->disabledReason()};
     return {true, {}};
 }
 
-}  // namespace Snmp
+} // namespace Snmp

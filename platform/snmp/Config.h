@@ -43,7 +43,7 @@ private:
 
 struct NotificationStatus {
     bool send = false;
-    Zim::String8 reason;  // why not, when send is false
+    Zim::String8 reason; // why not, when send is false
 };
 
 class Config : public Zim::Entity {
@@ -63,4 +63,4 @@ private:
     std::map<Zim::String8, Zim::Ptr<NotificationGroup>> groups_;
 };
 
-}  // namespace Snmp
+} // namespace Snmp

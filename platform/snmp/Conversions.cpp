@@ -12,9 +12,9 @@ namespace Snmp {
 
 namespace {
 
-template <class T>
-int writeNative(T value, unsigned char* buf, int capacity) {
-    if (capacity < static_cast<int>(sizeof value)) return -1;
+template <class T> int writeNative(T value, unsigned char* buf, int capacity) {
+    if (capacity < static_cast<int>(sizeof value))
+        return -1;
     std::memcpy(buf, &value, sizeof value);
     return sizeof value;
 }
@@ -27,7 +27,7 @@ double& startTime() {
 // Taken when the library is loaded, not at the first uptime asked for.
 [[maybe_unused]] const double loadTime = startTime();
 
-}  // namespace
+} // namespace
 
 int S32ToAsnIntegerF(int32_t value, unsigned char* buf, int capacity) {
     return writeNative(value, buf, capacity);
@@ -42,38 +42,48 @@ int BoolToAsnIntegerF(bool value, unsigned char* buf, int capacity) {
 }
 
 int StringToAsnOctetStringF(const Zim::String8& value, unsigned char* buf, int capacity) {
-    if (capacity < 0 || value.size() > static_cast<size_t>(capacity)) return -1;
+    if (capacity < 0 || value.size() > static_cast<size_t>(capacity))
+        return -1;
     std::memcpy(buf, value.data(), value.size());
     return static_cast<int>(value.size());
 }
 
 int StringToAsnOidF(const Zim::String8& dotted, unsigned char* buf, int capacity) {
     std::string_view text = dotted.view();
-    if (!text.empty() && text.front() == '.') text.remove_prefix(1);
-    if (text.empty()) text = "0.0";
+    if (!text.empty() && text.front() == '.')
+        text.remove_prefix(1);
+    if (text.empty())
+        text = "0.0";
     // A negative capacity would turn into a huge count of sub-identifiers below.
-    if (capacity < 0) return -1;
+    if (capacity < 0)
+        return -1;
     const size_t maxSubIds = static_cast<size_t>(capacity) / sizeof(oid);
     size_t count = 0;
     while (true) {
-        if (count >= maxSubIds || count >= MAX_OID_LEN) return -1;
+        if (count >= maxSubIds || count >= MAX_OID_LEN)
+            return -1;
         size_t digits = 0;
         unsigned long long value = 0;
         while (digits < text.size() && text[digits] >= '0' && text[digits] <= '9') {
             value = value * 10 + static_cast<unsigned>(text[digits] - '0');
-            if (value > 0xffffffffULL) return -1;
+            if (value > 0xffffffffULL)
+                return -1;
             ++digits;
         }
-        if (digits == 0) return -1;
+        if (digits == 0)
+            return -1;
         oid sub = static_cast<oid>(value);
         std::memcpy(buf + count * sizeof(oid), &sub, sizeof sub);
         ++count;
         text.remove_prefix(digits);
-        if (text.empty()) break;
-        if (text.front() != '.') return -1;
+        if (text.empty())
+            break;
+        if (text.front() != '.')
+            return -1;
         text.remove_prefix(1);
     }
-    if (count < 2) return -1;
+    if (count < 2)
+        return -1;
     return static_cast<int>(count * sizeof(oid));
 }
 
@@ -83,7 +93,8 @@ int NowSecondsToUptimeTimeTicksF(double seconds, unsigned char* buf, int capacit
 }
 
 int32_t AsnIntegerToS32(const variable_list* var) {
-    if (!var || !var->val.integer) return 0;
+    if (!var || !var->val.integer)
+        return 0;
     return static_cast<int32_t>(static_cast<uint32_t>(*var->val.integer));
 }
 
@@ -93,12 +104,17 @@ double NowSecondsToUptimeSeconds(double seconds) {
 }
 
 uint32_t SecondsToTimeTicks(double seconds) {
-    if (!(seconds > 0.0)) return 0;
+    if (!(seconds > 0.0))
+        return 0;
     return static_cast<uint32_t>(static_cast<uint64_t>(std::floor(seconds * 100.0)));
 }
 
-void agentStartTimeIs(double seconds) { startTime() = seconds; }
+void agentStartTimeIs(double seconds) {
+    startTime() = seconds;
+}
 
-double agentStartTime() { return startTime(); }
+double agentStartTime() {
+    return startTime();
+}
 
-}  // namespace Snmp
+} // namespace Snmp

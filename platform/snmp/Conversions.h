@@ -35,4 +35,4 @@ uint32_t SecondsToTimeTicks(double seconds);
 void agentStartTimeIs(double seconds);
 double agentStartTime();
 
-}  // namespace Snmp
+} // namespace Snmp

@@ -13,15 +13,19 @@ std::set<std::pair<Zim::String8, Zim::String8>>& contexts() {
     static std::set<std::pair<Zim::String8, Zim::String8>> served;
     return served;
 }
-}  // namespace
+} // namespace
 
 AutoRegistree::AutoRegistree(HandlerRegistration* registration) : registration_(registration) {
     registry().push_back(registration_);
 }
 
-AutoRegistree::~AutoRegistree() { std::erase(registry(), registration_); }
+AutoRegistree::~AutoRegistree() {
+    std::erase(registry(), registration_);
+}
 
-const std::vector<HandlerRegistration*>& handlerRegistrations() { return registry(); }
+const std::vector<HandlerRegistration*>& handlerRegistrations() {
+    return registry();
+}
 
 void registerMibContext(Zim::String8 context, Zim::String8 moduleName) {
     contexts().emplace(std::move(context), std::move(moduleName));
@@ -31,6 +35,8 @@ void unregisterMibContext(Zim::String8 context, Zim::String8 moduleName) {
     contexts().erase({std::move(context), std::move(moduleName)});
 }
 
-const std::set<std::pair<Zim::String8, Zim::String8>>& mibContexts() { return contexts(); }
+const std::set<std::pair<Zim::String8, Zim::String8>>& mibContexts() {
+    return contexts();
+}
 
-}  // namespace Snmp
+} // namespace Snmp

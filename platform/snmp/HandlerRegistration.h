@@ -39,4 +39,4 @@ void unregisterMibContext(Zim::String8 context, Zim::String8 moduleName);
 // (context, module) pairs currently served.
 const std::set<std::pair<Zim::String8, Zim::String8>>& mibContexts();
 
-}  // namespace Snmp
+} // namespace Snmp

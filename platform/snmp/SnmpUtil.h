@@ -15,4 +15,4 @@ Zim::Ptr<Zim::Dir> stateStore();
 // The host's SNMP configuration, made (empty) on first use.
 Zim::Ptr<Snmp::Config> getSnmpConfig();
 
-}  // namespace SnmpUtil
+} // namespace SnmpUtil

@@ -7,13 +7,16 @@
 namespace Snmp {
 
 TrapManager::~TrapManager() {
-    for (auto& p : queue_) snmp_free_varbind(p.vars);
+    for (auto& p : queue_)
+        snmp_free_varbind(p.vars);
 }
 
 void TrapManager::enqueueTrap(variable_list* vars, Zim::String8 context) {
-    if (!vars) return;
+    if (!vars)
+        return;
     queue_.push_back({vars, std::move(context)});
-    if (onEnqueue_) onEnqueue_();
+    if (onEnqueue_)
+        onEnqueue_();
 }
 
 size_t TrapManager::flush() {
@@ -37,4 +40,4 @@ Zim::Ptr<TrapManager> TrapManager::instance() {
     return Zim::Entity::singletonIs<TrapManager>("Snmp::TrapManager");
 }
 
-}  // namespace Snmp
+} // namespace Snmp

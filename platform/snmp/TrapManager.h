@@ -44,4 +44,4 @@ private:
     std::function<void()> onEnqueue_;
 };
 
-}  // namespace Snmp
+} // namespace Snmp

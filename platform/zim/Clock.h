@@ -9,4 +9,4 @@ double now();
 // A fixed time for now() (tests); nullopt returns to the real clock.
 void nowIs(std::optional<double> fixed);
 
-}  // namespace Zim
+} // namespace Zim

@@ -24,9 +24,9 @@ public:
     static bool singletonExists(std::string_view typeName);
     static Ptr<Entity> singleton(std::string_view typeName);
     // The singleton of type T, made with T's default constructor the first time.
-    template <class T>
-    static Ptr<T> singletonIs(std::string_view typeName) {
-        if (auto existing = ptrCast<T>(singleton(typeName))) return existing;
+    template <class T> static Ptr<T> singletonIs(std::string_view typeName) {
+        if (auto existing = ptrCast<T>(singleton(typeName)))
+            return existing;
         auto made = makePtr<T>();
         singletonStore(typeName, made);
         return made;
@@ -37,7 +37,7 @@ private:
     static void singletonStore(std::string_view typeName, Ptr<Entity> entity);
 
     String8 name_;
-    Entity* parent_ = nullptr;  // parents own their children, never the reverse
+    Entity* parent_ = nullptr; // parents own their children, never the reverse
 };
 
 class Dir : public Entity {
@@ -65,4 +65,4 @@ private:
     std::map<String8, Ptr<Entity>> children_;
 };
 
-}  // namespace Zim
+} // namespace Zim

@@ -7,9 +7,13 @@
 
 namespace Zim {
 
-void throwRangeException(const std::string& text) { throw RangeException(text); }
+void throwRangeException(const std::string& text) {
+    throw RangeException(text);
+}
 
-void throwNameInUseException(const std::string& text) { throw NameInUseException(text); }
+void throwNameInUseException(const std::string& text) {
+    throw NameInUseException(text);
+}
 
 void assertionFailed(const char* text, const char* file, int line, const char* function) noexcept {
     std::fprintf(stderr, "assertion \"%s\" failed: %s (%s:%d)\n", text, function, file, line);
@@ -17,4 +21,4 @@ void assertionFailed(const char* text, const char* file, int line, const char* f
     std::abort();
 }
 
-}  // namespace Zim
+} // namespace Zim

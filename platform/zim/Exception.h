@@ -19,4 +19,4 @@ public:
 [[noreturn]] void throwRangeException(const std::string& text);
 [[noreturn]] void throwNameInUseException(const std::string& text);
 
-}  // namespace Zim
+} // namespace Zim

@@ -16,4 +16,4 @@ void GenericIf::invoke(std::string_view operation, const std::vector<std::any>&)
     throwBadGenericCall("no operation", operation);
 }
 
-}  // namespace Zim
+} // namespace Zim

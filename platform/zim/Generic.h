@@ -28,9 +28,11 @@ T genericArgument(std::string_view operation, const std::vector<std::any>& args,
 
 template <class T>
 T genericArgument(std::string_view operation, const std::vector<std::any>& args, size_t i) {
-    if (i >= args.size()) throwBadGenericCall("missing argument for operation", operation);
-    if (const T* value = std::any_cast<T>(&args[i])) return *value;
+    if (i >= args.size())
+        throwBadGenericCall("missing argument for operation", operation);
+    if (const T* value = std::any_cast<T>(&args[i]))
+        return *value;
     throwBadGenericCall("argument of the wrong type for operation", operation);
 }
 
-}  // namespace Zim
+} // namespace Zim

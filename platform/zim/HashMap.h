@@ -8,8 +8,7 @@
 
 namespace Zim {
 
-template <class K, class V, class Hash = std::hash<K>>
-class HashMap {
+template <class K, class V, class Hash = std::hash<K>> class HashMap {
 public:
     using ChangeHook = std::function<void(const K&)>;
     using Map = std::unordered_map<K, V, Hash>;
@@ -27,7 +26,8 @@ public:
         auto [it, inserted] = map_.try_emplace(key, value);
         if (!inserted) {
             if constexpr (std::equality_comparable<V>) {
-                if (it->second == value) return false;
+                if (it->second == value)
+                    return false;
             }
             it->second = std::move(value);
         }
@@ -36,13 +36,15 @@ public:
     }
 
     bool erase(const K& key) {
-        if (map_.erase(key) == 0) return false;
+        if (map_.erase(key) == 0)
+            return false;
         changed(key);
         return true;
     }
 
     void clear() {
-        while (!map_.empty()) erase(K(map_.begin()->first));  // a copy: erase frees the node
+        while (!map_.empty())
+            erase(K(map_.begin()->first)); // a copy: erase frees the node
     }
 
     typename Map::const_iterator begin() const { return map_.begin(); }
@@ -52,7 +54,8 @@ public:
     std::vector<K> keys() const {
         std::vector<K> out;
         out.reserve(map_.size());
-        for (const auto& kv : map_) out.push_back(kv.first);
+        for (const auto& kv : map_)
+            out.push_back(kv.first);
         return out;
     }
 
@@ -60,11 +63,12 @@ public:
 
 private:
     void changed(const K& key) {
-        if (onChange_) onChange_(key);
+        if (onChange_)
+            onChange_(key);
     }
 
     Map map_;
     ChangeHook onChange_;
 };
 
-}  // namespace Zim
+} // namespace Zim

@@ -12,7 +12,7 @@ namespace {
 struct Ring {
     std::vector<Record> slots;
     size_t capacity = 4096;
-    size_t next = 0;  // where the next record goes once the ring is full
+    size_t next = 0; // where the next record goes once the ring is full
 };
 
 Ring& ring() {
@@ -25,11 +25,12 @@ double monotonicSeconds() {
     return duration<double>(steady_clock::now().time_since_epoch()).count();
 }
 
-}  // namespace
+} // namespace
 
 void record(std::string text) {
     auto& r = ring();
-    if (r.capacity == 0) return;
+    if (r.capacity == 0)
+        return;
     Record rec{Zim::now(), std::move(text)};
     if (r.slots.size() < r.capacity) {
         r.slots.push_back(std::move(rec));
@@ -56,10 +57,13 @@ void capacityIs(size_t capacity) {
     r.slots.clear();
     r.next = 0;
     size_t skip = kept.size() > capacity ? kept.size() - capacity : 0;
-    for (size_t i = skip; i < kept.size(); ++i) r.slots.push_back(std::move(kept[i]));
+    for (size_t i = skip; i < kept.size(); ++i)
+        r.slots.push_back(std::move(kept[i]));
 }
 
-size_t capacity() { return ring().capacity; }
+size_t capacity() {
+    return ring().capacity;
+}
 
 void clear() {
     ring().slots.clear();
@@ -81,4 +85,4 @@ BlockTimer::~BlockTimer() {
     record(name_ + " took " + std::to_string(micros) + "us");
 }
 
-}  // namespace Jotlog
+} // namespace Jotlog

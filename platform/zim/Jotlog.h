@@ -10,12 +10,12 @@
 namespace Jotlog {
 
 struct Record {
-    double time;  // Zim::now() when recorded
+    double time; // Zim::now() when recorded
     std::string text;
 };
 
 void record(std::string text);
-std::vector<Record> records();  // oldest first
+std::vector<Record> records(); // oldest first
 void capacityIs(size_t capacity);
 size_t capacity();
 void clear();
@@ -34,11 +34,11 @@ private:
     double start_;
 };
 
-}  // namespace Jotlog
+} // namespace Jotlog
 
-#define JOTLOG(expr)                                                                      \
-    do {                                                                                  \
-        std::ostringstream jotlogOs_;                                                     \
-        jotlogOs_ << expr;                                                                \
-        ::Jotlog::record(jotlogOs_.str());                                                \
+#define JOTLOG(expr)                                                                               \
+    do {                                                                                           \
+        std::ostringstream jotlogOs_;                                                              \
+        jotlogOs_ << expr;                                                                         \
+        ::Jotlog::record(jotlogOs_.str());                                                         \
     } while (0)

@@ -11,19 +11,23 @@ std::vector<const LogHandle*>& catalogue() {
     static std::vector<const LogHandle*> handles;
     return handles;
 }
-}  // namespace
+} // namespace
 
 LogHandle::LogHandle(std::string name, LogSeverity severity, std::string format,
-                     std::string explanation, std::string recommendedAction,
-                     double minimumInterval, double multiplier, int flag)
+                     std::string explanation, std::string recommendedAction, double minimumInterval,
+                     double multiplier, int flag)
     : name_(std::move(name)), severity_(severity), format_(std::move(format)),
       explanation_(std::move(explanation)), recommendedAction_(std::move(recommendedAction)),
       minimumInterval_(minimumInterval), multiplier_(multiplier), flag_(flag) {
     catalogue().push_back(this);
 }
 
-LogHandle::~LogHandle() { std::erase(catalogue(), this); }
+LogHandle::~LogHandle() {
+    std::erase(catalogue(), this);
+}
 
-std::vector<const LogHandle*> logCatalogue() { return catalogue(); }
+std::vector<const LogHandle*> logCatalogue() {
+    return catalogue();
+}
 
-}  // namespace Zim
+} // namespace Zim

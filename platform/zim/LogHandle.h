@@ -51,4 +51,4 @@ private:
 // unit that includes the catalogue holds its own copy).
 std::vector<const LogHandle*> logCatalogue();
 
-}  // namespace Zim
+} // namespace Zim

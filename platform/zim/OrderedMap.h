@@ -13,8 +13,7 @@
 
 namespace Zim {
 
-template <class K, class V, class Compare = std::less<K>>
-class OrderedMap : public PtrInterface {
+template <class K, class V, class Compare = std::less<K>> class OrderedMap : public PtrInterface {
 public:
     struct Entry : PtrInterface {
         Entry(K k, V v) : key(std::move(k)), value(std::move(v)) {}
@@ -43,7 +42,8 @@ public:
             return *this;
         }
         void advance() {
-            if (!entry_) return;
+            if (!entry_)
+                return;
             if (map_->modifications_ == seen_) {
                 ++pos_;
             } else {
@@ -92,7 +92,8 @@ public:
         auto it = tree_.lower_bound(key);
         if (it != tree_.end() && !tree_.key_comp()(key, it->first)) {
             if constexpr (std::equality_comparable<V>) {
-                if (it->second->value == value) return false;
+                if (it->second->value == value)
+                    return false;
             }
             it->second->value = std::move(value);
         } else {
@@ -105,7 +106,8 @@ public:
 
     bool erase(const K& key) {
         auto it = tree_.find(key);
-        if (it == tree_.end()) return false;
+        if (it == tree_.end())
+            return false;
         tree_.erase(it);
         ++modifications_;
         changed(key);
@@ -113,7 +115,8 @@ public:
     }
 
     void clear() {
-        while (!tree_.empty()) erase(K(tree_.begin()->first));  // a copy: erase frees the node
+        while (!tree_.empty())
+            erase(K(tree_.begin()->first)); // a copy: erase frees the node
     }
 
     ConstIterator begin() const { return ConstIterator(this, tree_.begin()); }
@@ -130,16 +133,17 @@ public:
     }
 
     // Plain, uncounted iteration for code that does not change the map while it walks.
-    template <class F>
-    void forEach(F&& f) const {
-        for (const auto& [key, entry] : tree_) f(key, entry->value);
+    template <class F> void forEach(F&& f) const {
+        for (const auto& [key, entry] : tree_)
+            f(key, entry->value);
     }
 
     void onChangeIs(ChangeHook hook) { onChange_ = std::move(hook); }
 
 private:
     void changed(const K& key) {
-        if (onChange_) onChange_(key);
+        if (onChange_)
+            onChange_(key);
     }
 
     Tree tree_;
@@ -147,4 +151,4 @@ private:
     ChangeHook onChange_;
 };
 
-}  // namespace Zim
+} // namespace Zim

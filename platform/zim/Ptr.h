@@ -37,8 +37,7 @@ private:
 #endif
 };
 
-template <class T>
-class Ptr {
+template <class T> class Ptr {
 public:
     using element_type = T;
 
@@ -65,31 +64,32 @@ public:
 
     friend bool operator==(const Ptr& a, const Ptr& b) noexcept { return a.p_ == b.p_; }
     friend bool operator==(const Ptr& a, std::nullptr_t) noexcept { return a.p_ == nullptr; }
-    friend bool operator<(const Ptr& a, const Ptr& b) noexcept { return std::less<T*>()(a.p_, b.p_); }
+    friend bool operator<(const Ptr& a, const Ptr& b) noexcept {
+        return std::less<T*>()(a.p_, b.p_);
+    }
 
 private:
     void acquire() const noexcept {
-        if (p_) p_->newRef();
+        if (p_)
+            p_->newRef();
     }
     void release() noexcept {
-        if (p_) std::exchange(p_, nullptr)->deleteRef();
+        if (p_)
+            std::exchange(p_, nullptr)->deleteRef();
     }
     T* p_ = nullptr;
 };
 
-template <class T, class... Args>
-Ptr<T> makePtr(Args&&... args) {
+template <class T, class... Args> Ptr<T> makePtr(Args&&... args) {
     return Ptr<T>(new T(std::forward<Args>(args)...));
 }
 
-template <class T, class U>
-Ptr<T> ptrCast(const Ptr<U>& p) noexcept {
+template <class T, class U> Ptr<T> ptrCast(const Ptr<U>& p) noexcept {
     return Ptr<T>(dynamic_cast<T*>(p.get()));
 }
 
-}  // namespace Zim
+} // namespace Zim
 
-template <class T>
-struct std::hash<Zim::Ptr<T>> {
+template <class T> struct std::hash<Zim::Ptr<T>> {
     size_t operator()(const Zim::Ptr<T>& p) const noexcept { return std::hash<T*>()(p.get()); }
 };

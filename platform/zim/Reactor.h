@@ -12,8 +12,7 @@
 
 namespace Zim {
 
-template <class Notifiee>
-class NotifierList {
+template <class Notifiee> class NotifierList {
 public:
     void attach(Notifiee* n) { list_.push_back(n); }
     void detach(Notifiee* n) { std::erase(list_, n); }
@@ -21,13 +20,15 @@ public:
     size_t size() const noexcept { return list_.size(); }
 
     // Reactors may detach themselves, or others, while they are being told.
-    template <class F>
-    void notify(F&& f) const {
-        if (list_.empty()) return;
+    template <class F> void notify(F&& f) const {
+        if (list_.empty())
+            return;
         auto snapshot = list_;
         for (Notifiee* n : snapshot) {
-            if (std::find(list_.begin(), list_.end(), n) == list_.end()) continue;
-            if (n->notificationActive()) f(*n);
+            if (std::find(list_.begin(), list_.end(), n) == list_.end())
+                continue;
+            if (n->notificationActive())
+                f(*n);
         }
     }
 
@@ -35,8 +36,7 @@ private:
     std::vector<Notifiee*> list_;
 };
 
-template <class N>
-class Reactor {
+template <class N> class Reactor {
 public:
     using Notifier = N;
 
@@ -47,7 +47,8 @@ public:
 
     const Ptr<const N>& notifier() const noexcept { return notifier_; }
     void notifierIs(const Ptr<const N>& n) {
-        if (n == notifier_) return;
+        if (n == notifier_)
+            return;
         detach();
         notifier_ = n;
         if (notifier_) {
@@ -68,7 +69,8 @@ private:
     // Detaches through the pointer kept at attach time: in ~Reactor the Notifiee part is
     // already gone, so converting `this` down to it there would be undefined.
     void detach() {
-        if (notifier_ && attached_) notifier_->notifiees().detach(attached_);
+        if (notifier_ && attached_)
+            notifier_->notifiees().detach(attached_);
         attached_ = nullptr;
     }
 
@@ -77,4 +79,4 @@ private:
     bool active_ = true;
 };
 
-}  // namespace Zim
+} // namespace Zim

@@ -5,7 +5,8 @@
 namespace Zim {
 
 String8::String8(std::string_view bytes) {
-    if (!bytes.empty()) rep_ = makePtr<const Rep>(bytes);
+    if (!bytes.empty())
+        rep_ = makePtr<const Rep>(bytes);
 }
 
 std::string printable(const String8& s) {
@@ -23,4 +24,4 @@ std::string printable(const String8& s) {
     return out;
 }
 
-}  // namespace Zim
+} // namespace Zim

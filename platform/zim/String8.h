@@ -46,10 +46,9 @@ private:
 // The printable form used in traces: text as is, other bytes as \xNN.
 std::string printable(const String8& s);
 
-}  // namespace Zim
+} // namespace Zim
 
-template <>
-struct std::hash<Zim::String8> {
+template <> struct std::hash<Zim::String8> {
     size_t operator()(const Zim::String8& s) const noexcept {
         return std::hash<std::string_view>()(s.view());
     }

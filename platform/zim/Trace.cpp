@@ -26,7 +26,8 @@ TraceState& state() {
 
 void readEnvironmentOnce() {
     auto& s = state();
-    if (s.environmentRead) return;
+    if (s.environmentRead)
+        return;
     s.environmentRead = true;
     if (const char* env = std::getenv("ZIM_TRACE"); env && *env) {
         if (auto error = traceSpecIs(env); !error.empty()) {
@@ -36,15 +37,19 @@ void readEnvironmentOnce() {
 }
 
 std::string_view trim(std::string_view v) {
-    while (!v.empty() && v.front() == ' ') v.remove_prefix(1);
-    while (!v.empty() && v.back() == ' ') v.remove_suffix(1);
+    while (!v.empty() && v.front() == ' ')
+        v.remove_prefix(1);
+    while (!v.empty() && v.back() == ' ')
+        v.remove_suffix(1);
     return v;
 }
 
 std::string unitName(const char* file) {
     std::string_view f(file);
-    if (auto slash = f.rfind('/'); slash != std::string_view::npos) f.remove_prefix(slash + 1);
-    if (auto dot = f.find('.'); dot != std::string_view::npos) f = f.substr(0, dot);
+    if (auto slash = f.rfind('/'); slash != std::string_view::npos)
+        f.remove_prefix(slash + 1);
+    if (auto dot = f.find('.'); dot != std::string_view::npos)
+        f = f.substr(0, dot);
     return std::string(f);
 }
 
@@ -52,11 +57,11 @@ void writeToStandardError(const TraceRecord& r) {
     using namespace std::chrono;
     auto us = duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
     std::fprintf(stderr, "%lld.%06lld %s/%d %s:%d %s\n", static_cast<long long>(us / 1000000),
-                 static_cast<long long>(us % 1000000), r.handle.c_str(), r.level,
-                 r.source.c_str(), r.line, r.text.c_str());
+                 static_cast<long long>(us % 1000000), r.handle.c_str(), r.level, r.source.c_str(),
+                 r.line, r.text.c_str());
 }
 
-}  // namespace
+} // namespace
 
 std::string traceSpecIs(std::string_view spec) {
     auto& s = state();
@@ -68,7 +73,8 @@ std::string traceSpecIs(std::string_view spec) {
         auto comma = rest.find(',');
         std::string_view item = trim(rest.substr(0, comma));
         rest = comma == std::string_view::npos ? std::string_view() : rest.substr(comma + 1);
-        if (item.empty()) continue;
+        if (item.empty())
+            continue;
         int level = 9;
         std::string_view name = item;
         if (auto eq = item.find('='); eq != std::string_view::npos) {
@@ -81,7 +87,8 @@ std::string traceSpecIs(std::string_view spec) {
                        "' (0 to 9)";
             }
         }
-        if (name.empty()) return "empty trace handle name in '" + std::string(item) + "'";
+        if (name.empty())
+            return "empty trace handle name in '" + std::string(item) + "'";
         if (name == "*") {
             wildcard = level;
         } else {
@@ -95,21 +102,27 @@ std::string traceSpecIs(std::string_view spec) {
     return {};
 }
 
-std::string traceSpec() { return state().spec; }
+std::string traceSpec() {
+    return state().spec;
+}
 
-void traceSinkIs(TraceSink sink) { state().sink = std::move(sink); }
+void traceSinkIs(TraceSink sink) {
+    state().sink = std::move(sink);
+}
 
 TraceHandle::TraceHandle(std::string name, bool enabledByDefault)
     : name_(std::move(name)), enabledByDefault_(enabledByDefault) {}
 
 bool TraceHandle::enabled(int level) const noexcept {
     auto& s = state();
-    if (!s.environmentRead) readEnvironmentOnce();
+    if (!s.environmentRead)
+        readEnvironmentOnce();
     if (generation_ != s.generation) {
         generation_ = s.generation;
         auto it = s.levels.find(name_);
         maxLevel_ = it != s.levels.end() ? it->second : s.wildcard;
-        if (maxLevel_ < 0 && enabledByDefault_) maxLevel_ = 0;
+        if (maxLevel_ < 0 && enabledByDefault_)
+            maxLevel_ = 0;
     }
     return level <= maxLevel_;
 }
@@ -125,4 +138,4 @@ void TraceHandle::trace(int level, std::string text, const char* file, int line,
     }
 }
 
-}  // namespace Zim
+} // namespace Zim

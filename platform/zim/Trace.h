@@ -13,7 +13,7 @@ struct TraceRecord {
     std::string handle;
     int level;
     std::string text;
-    std::string source;  // the unit ("LldpMIB"), from its file name
+    std::string source; // the unit ("LldpMIB"), from its file name
     int line;
     const char* function;
 };
@@ -33,8 +33,7 @@ public:
     explicit TraceHandle(std::string name, bool enabledByDefault = false);
     const std::string& name() const noexcept { return name_; }
     bool enabled(int level) const noexcept;
-    void trace(int level, std::string text, const char* file, int line,
-               const char* function) const;
+    void trace(int level, std::string text, const char* file, int line, const char* function) const;
 
 private:
     std::string name_;
@@ -43,25 +42,25 @@ private:
     mutable int maxLevel_ = -1;
 };
 
-}  // namespace Zim
+} // namespace Zim
 
-#define ZTRACE(handle, level, expr)                                                       \
-    do {                                                                                  \
-        const ::Zim::TraceHandle& zimTraceHandle_ = (handle);                             \
-        if (zimTraceHandle_.enabled(level)) {                                             \
-            std::ostringstream zimTraceOs_;                                               \
-            zimTraceOs_ << expr;                                                          \
-            zimTraceHandle_.trace(level, zimTraceOs_.str(), __FILE__, __LINE__, __func__); \
-        }                                                                                 \
+#define ZTRACE(handle, level, expr)                                                                \
+    do {                                                                                           \
+        const ::Zim::TraceHandle& zimTraceHandle_ = (handle);                                      \
+        if (zimTraceHandle_.enabled(level)) {                                                      \
+            std::ostringstream zimTraceOs_;                                                        \
+            zimTraceOs_ << expr;                                                                   \
+            zimTraceHandle_.trace(level, zimTraceOs_.str(), __FILE__, __LINE__, __func__);         \
+        }                                                                                          \
     } while (0)
 
 // The same, for shared code that traces on behalf of a unit: the line carries that unit's name.
-#define ZTRACE_FROM(handle, unit, level, expr)                                            \
-    do {                                                                                  \
-        const ::Zim::TraceHandle& zimTraceHandle_ = (handle);                             \
-        if (zimTraceHandle_.enabled(level)) {                                             \
-            std::ostringstream zimTraceOs_;                                               \
-            zimTraceOs_ << expr;                                                          \
-            zimTraceHandle_.trace(level, zimTraceOs_.str(), (unit), __LINE__, __func__);  \
-        }                                                                                 \
+#define ZTRACE_FROM(handle, unit, level, expr)                                                     \
+    do {                                                                                           \
+        const ::Zim::TraceHandle& zimTraceHandle_ = (handle);                                      \
+        if (zimTraceHandle_.enabled(level)) {                                                      \
+            std::ostringstream zimTraceOs_;                                                        \
+            zimTraceOs_ << expr;                                                                   \
+            zimTraceHandle_.trace(level, zimTraceOs_.str(), (unit), __LINE__, __func__);           \
+        }                                                                                          \
     } while (0)

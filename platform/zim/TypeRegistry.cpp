@@ -9,13 +9,16 @@ std::vector<std::string>& registry() {
     static std::vector<std::string> nodes;
     return nodes;
 }
-}  // namespace
+} // namespace
 
 void typeNodeIs(const std::string& typeName) {
     auto& nodes = registry();
-    if (std::find(nodes.begin(), nodes.end(), typeName) == nodes.end()) nodes.push_back(typeName);
+    if (std::find(nodes.begin(), nodes.end(), typeName) == nodes.end())
+        nodes.push_back(typeName);
 }
 
-const std::vector<std::string>& typeNodes() { return registry(); }
+const std::vector<std::string>& typeNodes() {
+    return registry();
+}
 
-}  // namespace Zim
+} // namespace Zim

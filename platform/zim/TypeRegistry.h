@@ -8,4 +8,4 @@ namespace Zim {
 void typeNodeIs(const std::string& typeName);
 const std::vector<std::string>& typeNodes();
 
-}  // namespace Zim
+} // namespace Zim

@@ -47,7 +47,8 @@ inline Agent& agent() {
 inline netsnmp_iterator_info* iteratorOf(std::initializer_list<oid> table) {
     std::vector<oid> name(table);
     netsnmp_subtree* tree = netsnmp_subtree_find(name.data(), name.size(), nullptr, "");
-    if (!tree || !tree->reginfo) return nullptr;
+    if (!tree || !tree->reginfo)
+        return nullptr;
     netsnmp_mib_handler* handler = netsnmp_find_handler_by_name(tree->reginfo, "table_iterator");
     return handler ? static_cast<netsnmp_iterator_info*>(handler->myvoid) : nullptr;
 }
@@ -64,7 +65,8 @@ public:
     }
     bool has(const std::string& text) const {
         for (const auto& l : lines) {
-            if (l.find(text) != std::string::npos) return true;
+            if (l.find(text) != std::string::npos)
+                return true;
         }
         return false;
     }
@@ -77,8 +79,9 @@ inline netsnmp_handler_registration* registrationAt(std::initializer_list<oid> n
                                                     const std::string& handlerName) {
     std::vector<oid> n(name);
     netsnmp_subtree* tree = netsnmp_subtree_find(n.data(), n.size(), nullptr, "");
-    if (!tree || !tree->reginfo || !tree->reginfo->handlerName) return nullptr;
+    if (!tree || !tree->reginfo || !tree->reginfo->handlerName)
+        return nullptr;
     return handlerName == tree->reginfo->handlerName ? tree->reginfo : nullptr;
 }
 
-}  // namespace MibTest
+} // namespace MibTest

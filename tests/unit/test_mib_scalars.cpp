@@ -11,9 +11,9 @@
 
 namespace {
 
-using MibTest::TraceCapture;
 using MibTest::agent;
 using MibTest::registrationAt;
+using MibTest::TraceCapture;
 
 // One GET (or other mode) through a scalar handler, with the entity the registration points at.
 struct ScalarCall {
@@ -45,7 +45,7 @@ TEST(LldpMibScalars, AnswerTheAgentsValuesWithTheirMibTypes) {
     a.config->messageTxIntervalIs(30);
     a.status->remTablesInsertsIs(7);
     a.localSystem->sysNameIs("leaf1");
-    a.localSystem->sysCapSupportedIs({0x14});  // bridge and router
+    a.localSystem->sysCapSupportedIs({0x14}); // bridge and router
 
     ScalarCall txInterval(MODE_GET, a.config.get());
     EXPECT_EQ(txInterval.run(handle_lldpMessageTxInterval), SNMP_ERR_NOERROR);
@@ -136,7 +136,7 @@ TEST(LldpMibRegistration, UnregisteringAContextUndoesItAndMayBeRepeatedAndRedone
     EXPECT_FALSE(Snmp::mibContexts().count({"", "LldpMIB"}));
 
     TraceCapture traces("Snmp=2");
-    unregister_LldpMIB("");  // a second time: nothing left to undo
+    unregister_LldpMIB(""); // a second time: nothing left to undo
     EXPECT_TRUE(traces.has("Unregistering LldpMIB in context \"\""));
     EXPECT_EQ(traces.lines.size(), 1u);
 
@@ -175,4 +175,4 @@ TEST_F(LldpMibRegistrationDeathTest, AMissingOrMistypedStateEntityStopsTheHost) 
         "lldpXdot1ConfigPortVlanTable(.|\n)*\"e\"");
 }
 
-}  // namespace
+} // namespace

@@ -19,9 +19,9 @@
 namespace {
 
 using Lldp::Snmp::RemoteSystemKey;
-using MibTest::TraceCapture;
 using MibTest::agent;
 using MibTest::iteratorOf;
+using MibTest::TraceCapture;
 
 const std::initializer_list<oid> lldpRemTableOid = {1, 0, 8802, 1, 1, 2, 1, 4, 1};
 
@@ -50,7 +50,8 @@ private:
 
 // The (port, index) a first- or next-row call answered with, or (-1, -1) for no row.
 std::pair<long, long> rowOf(netsnmp_variable_list* vars) {
-    if (!vars) return {-1, -1};
+    if (!vars)
+        return {-1, -1};
     return {*vars->next_variable->val.integer, *vars->next_variable->next_variable->val.integer};
 }
 
@@ -138,8 +139,10 @@ TEST_F(TableFrameTest, UnusableHintsStartTheWalkAtTheFirstRow) {
         Hint wrongType(3);
         wrongType.timeTicks(0).octets("x").integer(7);
         EXPECT_EQ(first(wrongType.info()), std::make_pair(1L, 1L));
-        EXPECT_TRUE(traces.has("hint for lldpRemLocalPortNum has incorrect type! Expecting 2 but got 4"));
-        EXPECT_TRUE(traces.has("lldpRemTable_get_first_data_point - needed 3 components, found only 1"));
+        EXPECT_TRUE(
+            traces.has("hint for lldpRemLocalPortNum has incorrect type! Expecting 2 but got 4"));
+        EXPECT_TRUE(
+            traces.has("lldpRemTable_get_first_data_point - needed 3 components, found only 1"));
         endWalk();
     }
     {
@@ -158,10 +161,10 @@ TEST_F(TableFrameTest, AWalkContinuesAtTheNextGreaterKeyAfterRowsAreRemoved) {
     Hint hint(3);
     hint.timeTicks(0).integer(1).integer(2);
     EXPECT_EQ(first(hint.info()), std::make_pair(1L, 2L));
-    root->remoteSystemDel(RemoteSystemKey(Interface::EthPortId(2), 1));  // the next row
+    root->remoteSystemDel(RemoteSystemKey(Interface::EthPortId(2), 1)); // the next row
     EXPECT_EQ(next(), std::make_pair(3L, 7L));
-    root->remoteSystemDel(RemoteSystemKey(Interface::EthPortId(3), 7));  // the current row
-    addNeighbour(4, 1, Zim::now() - 1000.0);                              // a row ahead of it
+    root->remoteSystemDel(RemoteSystemKey(Interface::EthPortId(3), 7)); // the current row
+    addNeighbour(4, 1, Zim::now() - 1000.0);                            // a row ahead of it
     EXPECT_EQ(next(), std::make_pair(4L, 1L));
     root->remoteSystemDelAll();
     EXPECT_EQ(next(), std::make_pair(-1L, -1L));
@@ -171,8 +174,8 @@ TEST_F(TableFrameTest, AWalkContinuesAtTheNextGreaterKeyAfterRowsAreRemoved) {
 TEST_F(TableFrameTest, TheTimeFilterKeepsRowsChangedAtOrAfterTheRequestedMark) {
     root->remoteSystemDelAll();
     const double start = Snmp::agentStartTime();
-    addNeighbour(1, 1, start + 10.00);  // time mark 1000
-    addNeighbour(2, 1, start + 20.00);  // time mark 2000
+    addNeighbour(1, 1, start + 10.00); // time mark 1000
+    addNeighbour(2, 1, start + 20.00); // time mark 2000
     EXPECT_EQ(first(nullptr, 0), std::make_pair(1L, 1L));
     EXPECT_EQ(*vars->val.integer, 0) << "rows are reported under the requested time mark";
     endWalk();
@@ -186,7 +189,7 @@ TEST_F(TableFrameTest, TheTimeFilterKeepsRowsChangedAtOrAfterTheRequestedMark) {
 }
 
 TEST_F(TableFrameTest, AFailedColumnPutsGenErrOnTheFirstRequestOfTheCall) {
-    addNeighbour(6, 1, Zim::now(), Zim::String8());  // empty chassis id: not answerable
+    addNeighbour(6, 1, Zim::now(), Zim::String8()); // empty chassis id: not answerable
     netsnmp_agent_request_info reqinfo{};
     reqinfo.mode = MODE_GET;
     std::vector<RemoteSystemKey> keys = {RemoteSystemKey(Interface::EthPortId(1), 1),
@@ -196,8 +199,8 @@ TEST_F(TableFrameTest, AFailedColumnPutsGenErrOnTheFirstRequestOfTheCall) {
     netsnmp_table_request_info tables[3] = {};
     for (int i = 0; i < 3; ++i) {
         const oid name[] = {1, 0, 8802, 1, 1, 2, 1, 4, 1, 1, 5};
-        snmp_varlist_add_variable(&requests[i].requestvb, name, std::size(name), ASN_NULL,
-                                  nullptr, 0);
+        snmp_varlist_add_variable(&requests[i].requestvb, name, std::size(name), ASN_NULL, nullptr,
+                                  0);
         requests[i].agent_req_info = &reqinfo;
         requests[i].next = i < 2 ? &requests[i + 1] : nullptr;
         tables[i].colnum = 5;
@@ -205,9 +208,8 @@ TEST_F(TableFrameTest, AFailedColumnPutsGenErrOnTheFirstRequestOfTheCall) {
         ASSERT_FALSE(row.atEnd());
         void* rowLoop = &row;
         netsnmp_request_add_list_data(
-            &requests[i],
-            netsnmp_create_data_list("table_iterator", iinfo->make_data_context(rowLoop, iinfo),
-                                     nullptr));
+            &requests[i], netsnmp_create_data_list(
+                              "table_iterator", iinfo->make_data_context(rowLoop, iinfo), nullptr));
         netsnmp_request_add_list_data(&requests[i],
                                       netsnmp_create_data_list("table", &tables[i], nullptr));
     }
@@ -272,4 +274,4 @@ TEST(TableRegistration, AnotherContextRegistersNothingButIsStillRecorded) {
     EXPECT_NE(iteratorOf(lldpRemTableOid), nullptr) << "the default context keeps its tables";
 }
 
-}  // namespace
+} // namespace
