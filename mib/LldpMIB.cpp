@@ -85,212 +85,61 @@ bool isOfType(Holder holder, const Zim::Entity& entity) {
     return false;
 }
 
-const Lldp::Config& config(const Zim::Entity& e) {
-    return static_cast<const Lldp::Config&>(e);
-}
-const Lldp::AllStatus& status(const Zim::Entity& e) {
-    return static_cast<const Lldp::AllStatus&>(e);
-}
-const Lldp::LocalSystem& local(const Zim::Entity& e) {
-    return static_cast<const Lldp::LocalSystem&>(e);
+// Readers of one attribute of the scalar's entity, converted as its MIB type wants it.
+template <class Entity, auto attribute>
+int readS32(const Zim::Entity& e, unsigned char* buffer, int capacity) {
+    const auto value = (static_cast<const Entity&>(e).*attribute)();
+    return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(value), buffer, capacity);
 }
 
-// The remote-table counters are Gauge32 (ZeroBasedCounter32), not Counter32.
+template <auto attribute>
+int readString(const Zim::Entity& e, unsigned char* buffer, int capacity) {
+    const auto& value = (static_cast<const Lldp::LocalSystem&>(e).*attribute)();
+    return Snmp::StringToAsnOctetStringF(value, buffer, capacity);
+}
+
+template <auto attribute>
+int readCapabilities(const Zim::Entity& e, unsigned char* buffer, int capacity) {
+    const auto& value = (static_cast<const Lldp::LocalSystem&>(e).*attribute)();
+    return SystemCapabilitiesMapToAsnBits(value, buffer, capacity);
+}
+
+int readLastChangeTime(const Zim::Entity& e, unsigned char* buffer, int capacity) {
+    const auto& status = static_cast<const Lldp::AllStatus&>(e);
+    return Snmp::NowSecondsToUptimeTimeTicksF(status.remTablesLastChangeTime(), buffer, capacity);
+}
+
+using Lldp::AllStatus;
+using Lldp::Config;
+using Lldp::LocalSystem;
+constexpr const char* s32 = "S32ToAsnInteger";
+constexpr const char* octets = "StringToAsnOctetString";
+constexpr const char* bits = "SystemCapabilitiesMapToAsnBits";
+constexpr int rw = HANDLER_CAN_RWRITE;
+constexpr int ro = HANDLER_CAN_RONLY;
+
+// In registration order. The remote-table counters are Gauge32 (ZeroBasedCounter32), not
+// Counter32; the notification interval is the fixed 5 seconds the agent throttles with.
+// clang-format off
 const Scalar scalars[] = {
-    {"lldpMessageTxInterval",
-     {1, 1},
-     Holder::config,
-     "messageTxInterval",
-     "S32ToAsnInteger",
-     ASN_INTEGER,
-     HANDLER_CAN_RWRITE,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::S32ToAsnIntegerF(config(e).messageTxInterval(), b, c);
-     }},
-    {"lldpMessageTxHoldMultiplier",
-     {1, 2},
-     Holder::config,
-     "messageTxHoldMultiplier",
-     "S32ToAsnInteger",
-     ASN_INTEGER,
-     HANDLER_CAN_RWRITE,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::S32ToAsnIntegerF(config(e).messageTxHoldMultiplier(), b, c);
-     }},
-    {"lldpReinitDelay",
-     {1, 3},
-     Holder::config,
-     "reinitDelay",
-     "S32ToAsnInteger",
-     ASN_INTEGER,
-     HANDLER_CAN_RWRITE,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::S32ToAsnIntegerF(config(e).reinitDelay(), b, c);
-     }},
-    {"lldpTxDelay",
-     {1, 4},
-     Holder::config,
-     "txDelay",
-     "S32ToAsnInteger",
-     ASN_INTEGER,
-     HANDLER_CAN_RWRITE,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::S32ToAsnIntegerF(config(e).txDelay(), b, c);
-     }},
-    // The notification interval is the fixed 5 seconds the agent throttles with.
-    {"lldpNotificationInterval",
-     {1, 5},
-     Holder::config,
-     "notificationInterval",
-     "S32ToAsnInteger",
-     ASN_INTEGER,
-     HANDLER_CAN_RWRITE,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::S32ToAsnIntegerF(config(e).notificationInterval(), b, c);
-     }},
-    {"lldpStatsRemTablesLastChangeTime",
-     {2, 1},
-     Holder::status,
-     "remTablesLastChangeTime",
-     "NowSecondsToUptimeTimeTicks",
-     ASN_TIMETICKS,
-     HANDLER_CAN_RONLY,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::NowSecondsToUptimeTimeTicksF(status(e).remTablesLastChangeTime(), b, c);
-     }},
-    {"lldpStatsRemTablesInserts",
-     {2, 2},
-     Holder::status,
-     "remTablesInserts",
-     "S32ToAsnInteger",
-     ASN_GAUGE,
-     HANDLER_CAN_RONLY,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(status(e).remTablesInserts()), b, c);
-     }},
-    {"lldpStatsRemTablesDeletes",
-     {2, 3},
-     Holder::status,
-     "remTablesDeletes",
-     "S32ToAsnInteger",
-     ASN_GAUGE,
-     HANDLER_CAN_RONLY,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(status(e).remTablesDeletes()), b, c);
-     }},
-    {"lldpStatsRemTablesDrops",
-     {2, 4},
-     Holder::status,
-     "remTablesDrops",
-     "S32ToAsnInteger",
-     ASN_GAUGE,
-     HANDLER_CAN_RONLY,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(status(e).remTablesDrops()), b, c);
-     }},
-    {"lldpStatsRemTablesAgeouts",
-     {2, 5},
-     Holder::status,
-     "remTablesAgeouts",
-     "S32ToAsnInteger",
-     ASN_GAUGE,
-     HANDLER_CAN_RONLY,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::S32ToAsnIntegerF(static_cast<int32_t>(status(e).remTablesAgeouts()), b, c);
-     }},
-    {"lldpLocChassisIdSubtype",
-     {3, 1},
-     Holder::localSystem,
-     "chassisIdSubtype",
-     "S32ToAsnInteger",
-     ASN_INTEGER,
-     HANDLER_CAN_RONLY,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::S32ToAsnIntegerF(local(e).chassisIdSubtype(), b, c);
-     }},
-    {"lldpLocChassisId",
-     {3, 2},
-     Holder::localSystem,
-     "chassisId",
-     "StringToAsnOctetString",
-     ASN_OCTET_STR,
-     HANDLER_CAN_RONLY,
-     1,
-     255,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::StringToAsnOctetStringF(local(e).chassisId(), b, c);
-     }},
-    {"lldpLocSysName",
-     {3, 3},
-     Holder::localSystem,
-     "sysName",
-     "StringToAsnOctetString",
-     ASN_OCTET_STR,
-     HANDLER_CAN_RONLY,
-     0,
-     255,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::StringToAsnOctetStringF(local(e).sysName(), b, c);
-     }},
-    {"lldpLocSysDesc",
-     {3, 4},
-     Holder::localSystem,
-     "sysDesc",
-     "StringToAsnOctetString",
-     ASN_OCTET_STR,
-     HANDLER_CAN_RONLY,
-     0,
-     255,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return Snmp::StringToAsnOctetStringF(local(e).sysDesc(), b, c);
-     }},
-    {"lldpLocSysCapSupported",
-     {3, 5},
-     Holder::localSystem,
-     "sysCapSupported",
-     "SystemCapabilitiesMapToAsnBits",
-     ASN_OCTET_STR,
-     HANDLER_CAN_RONLY,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return SystemCapabilitiesMapToAsnBits(local(e).sysCapSupported(), b, c);
-     }},
-    {"lldpLocSysCapEnabled",
-     {3, 6},
-     Holder::localSystem,
-     "sysCapEnabled",
-     "SystemCapabilitiesMapToAsnBits",
-     ASN_OCTET_STR,
-     HANDLER_CAN_RONLY,
-     -1,
-     -1,
-     [](const Zim::Entity& e, unsigned char* b, int c) {
-         return SystemCapabilitiesMapToAsnBits(local(e).sysCapEnabled(), b, c);
-     }},
+    {"lldpMessageTxInterval", {1, 1}, Holder::config, "messageTxInterval", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::messageTxInterval>},
+    {"lldpMessageTxHoldMultiplier", {1, 2}, Holder::config, "messageTxHoldMultiplier", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::messageTxHoldMultiplier>},
+    {"lldpReinitDelay", {1, 3}, Holder::config, "reinitDelay", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::reinitDelay>},
+    {"lldpTxDelay", {1, 4}, Holder::config, "txDelay", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::txDelay>},
+    {"lldpNotificationInterval", {1, 5}, Holder::config, "notificationInterval", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::notificationInterval>},
+    {"lldpStatsRemTablesLastChangeTime", {2, 1}, Holder::status, "remTablesLastChangeTime", "NowSecondsToUptimeTimeTicks", ASN_TIMETICKS, ro, -1, -1, readLastChangeTime},
+    {"lldpStatsRemTablesInserts", {2, 2}, Holder::status, "remTablesInserts", s32, ASN_GAUGE, ro, -1, -1, readS32<AllStatus, &AllStatus::remTablesInserts>},
+    {"lldpStatsRemTablesDeletes", {2, 3}, Holder::status, "remTablesDeletes", s32, ASN_GAUGE, ro, -1, -1, readS32<AllStatus, &AllStatus::remTablesDeletes>},
+    {"lldpStatsRemTablesDrops", {2, 4}, Holder::status, "remTablesDrops", s32, ASN_GAUGE, ro, -1, -1, readS32<AllStatus, &AllStatus::remTablesDrops>},
+    {"lldpStatsRemTablesAgeouts", {2, 5}, Holder::status, "remTablesAgeouts", s32, ASN_GAUGE, ro, -1, -1, readS32<AllStatus, &AllStatus::remTablesAgeouts>},
+    {"lldpLocChassisIdSubtype", {3, 1}, Holder::localSystem, "chassisIdSubtype", s32, ASN_INTEGER, ro, -1, -1, readS32<LocalSystem, &LocalSystem::chassisIdSubtype>},
+    {"lldpLocChassisId", {3, 2}, Holder::localSystem, "chassisId", octets, ASN_OCTET_STR, ro, 1, 255, readString<&LocalSystem::chassisId>},
+    {"lldpLocSysName", {3, 3}, Holder::localSystem, "sysName", octets, ASN_OCTET_STR, ro, 0, 255, readString<&LocalSystem::sysName>},
+    {"lldpLocSysDesc", {3, 4}, Holder::localSystem, "sysDesc", octets, ASN_OCTET_STR, ro, 0, 255, readString<&LocalSystem::sysDesc>},
+    {"lldpLocSysCapSupported", {3, 5}, Holder::localSystem, "sysCapSupported", bits, ASN_OCTET_STR, ro, -1, -1, readCapabilities<&LocalSystem::sysCapSupported>},
+    {"lldpLocSysCapEnabled", {3, 6}, Holder::localSystem, "sysCapEnabled", bits, ASN_OCTET_STR, ro, -1, -1, readCapabilities<&LocalSystem::sysCapEnabled>},
 };
+// clang-format on
 
 constexpr size_t scalarOidLength = 9;
 
