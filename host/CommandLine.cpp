@@ -99,7 +99,7 @@ CommandLine parseCommandLine(int argc, char** argv) {
         traces = env ? env : "";
         source = "ZIM_TRACE";
     }
-    if (auto error = Zim::traceSpecIs(traces); !error.empty()) {
+    if (auto error = Zim::traceSettingsIs(traces); !error.empty()) {
         std::cerr << "lldp-snmpd: " << source << ": " << error << "\n";
         return {std::nullopt, 2};
     }

@@ -13,7 +13,7 @@ namespace {
 struct TraceState {
     std::map<std::string, int, std::less<>> levels;
     int wildcard = -1;
-    std::string spec;
+    std::string settings;
     unsigned generation = 1;
     bool environmentRead = false;
     TraceSink sink;
@@ -30,7 +30,7 @@ void readEnvironmentOnce() {
         return;
     s.environmentRead = true;
     if (const char* env = std::getenv("ZIM_TRACE"); env && *env) {
-        if (auto error = traceSpecIs(env); !error.empty()) {
+        if (auto error = traceSettingsIs(env); !error.empty()) {
             std::fprintf(stderr, "ZIM_TRACE: %s\n", error.c_str());
         }
     }
@@ -63,12 +63,12 @@ void writeToStandardError(const TraceRecord& r) {
 
 } // namespace
 
-std::string traceSpecIs(std::string_view spec) {
+std::string traceSettingsIs(std::string_view settings) {
     auto& s = state();
     s.environmentRead = true;
     std::map<std::string, int, std::less<>> levels;
     int wildcard = -1;
-    std::string_view rest = spec;
+    std::string_view rest = settings;
     while (!rest.empty()) {
         auto comma = rest.find(',');
         std::string_view item = trim(rest.substr(0, comma));
@@ -97,13 +97,13 @@ std::string traceSpecIs(std::string_view spec) {
     }
     s.levels = std::move(levels);
     s.wildcard = wildcard;
-    s.spec = std::string(spec);
+    s.settings = std::string(settings);
     ++s.generation;
     return {};
 }
 
-std::string traceSpec() {
-    return state().spec;
+std::string traceSettings() {
+    return state().settings;
 }
 
 void traceSinkIs(TraceSink sink) {

@@ -1,5 +1,5 @@
 #pragma once
-// Trace handles by name, with levels 0 to 9. A spec string such as "LldpSnmp=8,Snmp=2" turns
+// Trace handles by name, with levels 0 to 9. A settings string such as "LldpSnmp=8,Snmp=2" turns
 // levels 0..N of a handle on ("*" names every handle; a bare name means all levels). The text
 // of a trace line is built only when its level is on.
 #include <functional>
@@ -20,10 +20,10 @@ struct TraceRecord {
 
 using TraceSink = std::function<void(const TraceRecord&)>;
 
-// Parses and applies a spec; returns an error text naming the bad element, or "" when applied.
+// Parses and applies settings; returns an error text naming the bad element, or "" when applied.
 // The environment variable ZIM_TRACE is read once, at the first trace check.
-std::string traceSpecIs(std::string_view spec);
-std::string traceSpec();
+std::string traceSettingsIs(std::string_view settings);
+std::string traceSettings();
 
 // Where enabled lines go; an empty sink restores the default (standard error).
 void traceSinkIs(TraceSink sink);

@@ -55,13 +55,13 @@ inline netsnmp_iterator_info* iteratorOf(std::initializer_list<oid> table) {
 
 class TraceCapture {
 public:
-    explicit TraceCapture(const char* spec) {
-        Zim::traceSpecIs(spec);
+    explicit TraceCapture(const char* settings) {
+        Zim::traceSettingsIs(settings);
         Zim::traceSinkIs([this](const Zim::TraceRecord& r) { lines.push_back(r.text); });
     }
     ~TraceCapture() {
         Zim::traceSinkIs({});
-        Zim::traceSpecIs("");
+        Zim::traceSettingsIs("");
     }
     bool has(const std::string& text) const {
         for (const auto& l : lines) {

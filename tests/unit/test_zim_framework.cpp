@@ -147,26 +147,26 @@ TEST(ZimTrace, SettingsTurnOnLevelsPerHandleAndTextIsBuiltOnlyWhenOn) {
     for (const Case& c : {Case{"LldpSnmp=8,Snmp=2", "LldpSnmp", 8}, Case{"*=3, Snmp=1", "Snmp", 1},
                           Case{"LldpSnmp=8", "Other", -1}, Case{"*=3, Snmp=1", "Other", 3},
                           Case{"Snmp", "Snmp", 9}, Case{"", "Snmp", -1}}) {
-        ASSERT_EQ(Zim::traceSpecIs(c.settings), "") << c.settings;
+        ASSERT_EQ(Zim::traceSettingsIs(c.settings), "") << c.settings;
         const Zim::TraceHandle handle(c.handle);
         for (int level = 0; level <= 9; ++level) {
             EXPECT_EQ(handle.enabled(level), level <= c.highestOn) << c.settings << ' ' << c.handle;
             EXPECT_EQ(existing.enabled(level), Zim::TraceHandle("Snmp").enabled(level));
         }
     }
-    EXPECT_NE(Zim::traceSpecIs("Snmp=2x"), "");
-    EXPECT_EQ(Zim::traceSpec(), "") << "refused settings leave the old ones";
+    EXPECT_NE(Zim::traceSettingsIs("Snmp=2x"), "");
+    EXPECT_EQ(Zim::traceSettings(), "") << "refused settings leave the old ones";
     EXPECT_TRUE(Zim::TraceHandle("Quiet", true).enabled(0));
     EXPECT_FALSE(Zim::TraceHandle("Quiet", true).enabled(1));
 
-    ASSERT_EQ(Zim::traceSpecIs("Snmp=2"), "");
+    ASSERT_EQ(Zim::traceSettingsIs("Snmp=2"), "");
     std::vector<std::string> lines;
     Zim::traceSinkIs([&](const Zim::TraceRecord& r) { lines.push_back(r.text); });
     int built = 0;
     ZTRACE(existing, 3, ++built);
     ZTRACE(existing, 2, "built " << ++built);
     Zim::traceSinkIs({});
-    Zim::traceSpecIs("");
+    Zim::traceSettingsIs("");
     EXPECT_EQ(built, 1);
     EXPECT_THAT(lines, ElementsAre("built 1"));
 }
