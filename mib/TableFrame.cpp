@@ -12,14 +12,24 @@ void checkVlanIdOrNone(uint32_t value) {
         Zim::throwRangeException("VlanIdOrNone::value > 4094 not allowed");
 }
 
-bool IndexWriter::take(const char* component, const std::string& valueText) {
-    ZTRACE_FROM(module_.trace(), module_.name(), 2,
-                helper_ << " - iterator has another value: " << component << "=" << valueText);
-    return var_ != nullptr;
-}
+namespace {
+// Index values as traces show them, formatted only when written.
+struct PrintableBytes {
+    const Zim::String8& bytes;
+    friend std::ostream& operator<<(std::ostream& os, const PrintableBytes& p) {
+        return os << Zim::printable(p.bytes);
+    }
+};
+struct OuiText {
+    const Lldp::Oui& oui;
+    friend std::ostream& operator<<(std::ostream& os, const OuiText& o) {
+        return os << Lldp::valueToStrep(o.oui);
+    }
+};
+} // namespace
 
 void IndexWriter::integer(const char* component, int32_t value) {
-    if (!take(component, std::to_string(value)))
+    if (!take(component, value))
         return;
     unsigned char buffer[1024];
     int n = Snmp::S32ToAsnIntegerF(value, buffer, sizeof buffer);
@@ -28,7 +38,7 @@ void IndexWriter::integer(const char* component, int32_t value) {
 }
 
 void IndexWriter::octets(const char* component, const Zim::String8& value, int capacity) {
-    if (!take(component, Zim::printable(value)))
+    if (!take(component, PrintableBytes{value}))
         return;
     unsigned char buffer[1024];
     int n = Snmp::StringToAsnOctetStringF(value, buffer, capacity);
@@ -37,7 +47,7 @@ void IndexWriter::octets(const char* component, const Zim::String8& value, int c
 }
 
 void IndexWriter::oui(const char* component, const Lldp::Oui& value) {
-    if (!take(component, Lldp::valueToStrep(value)))
+    if (!take(component, OuiText{value}))
         return;
     unsigned char buffer[3];
     int n = OuiToAsnOctetString(value, buffer, sizeof buffer);
@@ -70,31 +80,23 @@ bool ColumnAnswer::finish(const char* attribute, const char* conversion, u_char 
 }
 
 bool ColumnAnswer::integer(const char* column, const char* attribute, int32_t value) {
-    traceGet(column);
-    unsigned char buffer[1024];
-    return finish(attribute, "S32ToAsnInteger", ASN_INTEGER, buffer,
-                  Snmp::S32ToAsnIntegerF(value, buffer, sizeof buffer), -1, -1);
+    return answer(column, attribute, "S32ToAsnInteger", ASN_INTEGER, 1024,
+                  [&](unsigned char* b, int n) { return Snmp::S32ToAsnIntegerF(value, b, n); });
 }
 
 bool ColumnAnswer::truthValue(const char* column, const char* attribute, bool value) {
-    traceGet(column);
-    unsigned char buffer[1024];
-    return finish(attribute, "BoolToAsnInteger", ASN_INTEGER, buffer,
-                  Snmp::BoolToAsnIntegerF(value, buffer, sizeof buffer), -1, -1);
+    return answer(column, attribute, "BoolToAsnInteger", ASN_INTEGER, 1024,
+                  [&](unsigned char* b, int n) { return Snmp::BoolToAsnIntegerF(value, b, n); });
 }
 
 bool ColumnAnswer::counter32(const char* column, const char* attribute, uint32_t value) {
-    traceGet(column);
-    unsigned char buffer[1024];
-    return finish(attribute, "U32ToAsnUnsigned", ASN_COUNTER, buffer,
-                  Snmp::U32ToAsnUnsignedF(value, buffer, sizeof buffer), -1, -1);
+    return answer(column, attribute, "U32ToAsnUnsigned", ASN_COUNTER, 1024,
+                  [&](unsigned char* b, int n) { return Snmp::U32ToAsnUnsignedF(value, b, n); });
 }
 
 bool ColumnAnswer::gauge32(const char* column, const char* attribute, uint32_t value) {
-    traceGet(column);
-    unsigned char buffer[1024];
-    return finish(attribute, "U32ToAsnUnsigned", ASN_GAUGE, buffer,
-                  Snmp::U32ToAsnUnsignedF(value, buffer, sizeof buffer), -1, -1);
+    return answer(column, attribute, "U32ToAsnUnsigned", ASN_GAUGE, 1024,
+                  [&](unsigned char* b, int n) { return Snmp::U32ToAsnUnsignedF(value, b, n); });
 }
 
 bool ColumnAnswer::octets(const char* column, const char* attribute, const Zim::String8& value,
@@ -112,10 +114,8 @@ bool ColumnAnswer::octets(const char* column, const char* attribute, const Zim::
 }
 
 bool ColumnAnswer::objectId(const char* column, const char* attribute, const Zim::String8& dotted) {
-    traceGet(column);
-    unsigned char buffer[1024];
-    return finish(attribute, "StringToAsnOid", ASN_OBJECT_ID, buffer,
-                  Snmp::StringToAsnOidF(dotted, buffer, sizeof buffer), -1, -1);
+    return answer(column, attribute, "StringToAsnOid", ASN_OBJECT_ID, 1024,
+                  [&](unsigned char* b, int n) { return Snmp::StringToAsnOidF(dotted, b, n); });
 }
 
 Lldp::Snmp::Root* registeredRoot(const char* table) {

@@ -56,7 +56,13 @@ public:
     netsnmp_variable_list* next() const noexcept { return var_; }
 
 private:
-    bool take(const char* component, const std::string& valueText);
+    // Traces the component (its text is made only when the trace is on); false at the end of
+    // the index list.
+    template <class Value> bool take(const char* component, const Value& value) {
+        ZTRACE_FROM(module_.trace(), module_.name(), 2,
+                    helper_ << " - iterator has another value: " << component << "=" << value);
+        return var_ != nullptr;
+    }
     Module& module_;
     const std::string& helper_;
     netsnmp_variable_list* var_;
@@ -83,13 +89,19 @@ public:
     template <class Convert>
     bool encoded(const char* column, const char* attribute, const char* conversion, int capacity,
                  Convert&& convert, int minLength = -1, int maxLength = -1) {
-        traceGet(column);
-        unsigned char buffer[1024];
-        return finish(attribute, conversion, ASN_OCTET_STR, buffer, convert(buffer, capacity),
-                      minLength, maxLength);
+        return answer(column, attribute, conversion, ASN_OCTET_STR, capacity, convert, minLength,
+                      maxLength);
     }
 
 private:
+    template <class Convert>
+    bool answer(const char* column, const char* attribute, const char* conversion, u_char type,
+                int capacity, Convert&& convert, int minLength = -1, int maxLength = -1) {
+        traceGet(column);
+        unsigned char buffer[1024];
+        return finish(attribute, conversion, type, buffer, convert(buffer, capacity), minLength,
+                      maxLength);
+    }
     void traceGet(const char* column);
     bool finish(const char* attribute, const char* conversion, u_char type,
                 const unsigned char* buffer, int length, int minLength, int maxLength);
@@ -263,7 +275,7 @@ public:
     static netsnmp_variable_list* iterationHelper(void* loopContext,
                                                   netsnmp_variable_list* indexVars) {
         Module& module = Def::mibModule();
-        const std::string helper = std::string(Def::name) + "IterationHelper";
+        static const std::string helper = std::string(Def::name) + "IterationHelper";
         auto* loop = static_cast<Iterator*>(loopContext);
         if (!loop || loop->atEnd()) {
             ZTRACE_FROM(module.trace(), module.name(), 2, helper << " - iterator is at end");
@@ -288,7 +300,7 @@ public:
     static int handler(netsnmp_mib_handler*, netsnmp_handler_registration*,
                        netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {
         Module& module = Def::mibModule();
-        const std::string handlerName = std::string(Def::name) + "_handler";
+        static const std::string handlerName = std::string(Def::name) + "_handler";
         ZTRACE_FROM(module.trace(), module.name(), 2, handlerName);
         ZTRACE_FROM(module.trace(), module.name(), 2,
                     handlerName << ": request mode " << reqinfo->mode);

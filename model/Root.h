@@ -13,24 +13,9 @@ namespace Lldp::Snmp {
 class LldpSm;
 class PortStatusSm;
 
-// The operation family of one collection of entity rows: newXxx, xxxIs, xxxDel (by key and by
-// iterator), xxxDelAll, xxx(key), and the collection itself for ordered walks.
-#define LLDP_SNMP_ENTITY_ROWS(Row, name, Name)                                                     \
-public:                                                                                            \
-    using Name##Map = ::Zim::OrderedMap<Row::Key, ::Zim::Ptr<Row>>;                                \
-    const Name##Map& name() const noexcept {                                                       \
-        return *name##_;                                                                           \
-    }                                                                                              \
-    ::Zim::Ptr<Row> name(const Row::Key& key) const {                                              \
-        auto* row = name##_->find(key);                                                            \
-        return row ? *row : ::Zim::Ptr<Row>();                                                     \
-    }                                                                                              \
-    ::Zim::Ptr<Row> new##Name(const Row::Key& key, const ::Zim::Ptr<const Row::AgentType>& ptr) {  \
-        return newEntityRow<Row>(*name##_, key, ptr);                                              \
-    }                                                                                              \
-    ::Zim::Ptr<Row> name##Is(const Row::Key& key, const ::Zim::Ptr<const Row::AgentType>& ptr) {   \
-        return entityRowIs<Row>(*name##_, key, ptr);                                               \
-    }                                                                                              \
+// What both families share: delete by key and by iterator, delete all, the per-key notification
+// and the collection itself, whose change hook sends it.
+#define LLDP_SNMP_ROWS_COMMON(Row, name, Name)                                                     \
     void name##Del(const Row::Key& key) {                                                          \
         name##_->erase(key);                                                                       \
     }                                                                                              \
@@ -49,6 +34,26 @@ private:                                                                        
     ::Zim::Ptr<Name##Map> name##_ =                                                                \
         makeCollection<Name##Map>([this](const Row::Key& key) { name##Notify(key); });
 
+// The operation family of one collection of entity rows: newXxx, xxxIs, xxxDel (by key and by
+// iterator), xxxDelAll, xxx(key), and the collection itself for ordered walks.
+#define LLDP_SNMP_ENTITY_ROWS(Row, name, Name)                                                     \
+public:                                                                                            \
+    using Name##Map = ::Zim::OrderedMap<Row::Key, ::Zim::Ptr<Row>>;                                \
+    const Name##Map& name() const noexcept {                                                       \
+        return *name##_;                                                                           \
+    }                                                                                              \
+    ::Zim::Ptr<Row> name(const Row::Key& key) const {                                              \
+        auto* row = name##_->find(key);                                                            \
+        return row ? *row : ::Zim::Ptr<Row>();                                                     \
+    }                                                                                              \
+    ::Zim::Ptr<Row> new##Name(const Row::Key& key, const ::Zim::Ptr<const Row::AgentType>& ptr) {  \
+        return newEntityRow<Row>(*name##_, key, ptr);                                              \
+    }                                                                                              \
+    ::Zim::Ptr<Row> name##Is(const Row::Key& key, const ::Zim::Ptr<const Row::AgentType>& ptr) {   \
+        return entityRowIs<Row>(*name##_, key, ptr);                                               \
+    }                                                                                              \
+    LLDP_SNMP_ROWS_COMMON(Row, name, Name)
+
 // The same family for value rows: xxxIs(value) overwrites the row of the value's key in place.
 #define LLDP_SNMP_VALUE_ROWS(Row, name, Name)                                                      \
 public:                                                                                            \
@@ -65,23 +70,7 @@ public:                                                                         
     void name##Is(const Row& value) {                                                              \
         name##_->set(value.key, value);                                                            \
     }                                                                                              \
-    void name##Del(const Row::Key& key) {                                                          \
-        name##_->erase(key);                                                                       \
-    }                                                                                              \
-    void name##Del(const Name##Map::ConstIterator& it) {                                           \
-        if (it)                                                                                    \
-            name##_->erase(it.key());                                                              \
-    }                                                                                              \
-    void name##DelAll() {                                                                          \
-        name##_->clear();                                                                          \
-    }                                                                                              \
-    void name##Notify(const Row::Key& key) {                                                       \
-        notifiees_.notify([&](Notifiee& n) { n.on##Name(key); });                                  \
-    }                                                                                              \
-                                                                                                   \
-private:                                                                                           \
-    ::Zim::Ptr<Name##Map> name##_ =                                                                \
-        makeCollection<Name##Map>([this](const Row::Key& key) { name##Notify(key); });
+    LLDP_SNMP_ROWS_COMMON(Row, name, Name)
 
 class Root : public Zim::Entity {
 public:
@@ -198,6 +187,7 @@ private:
 
 #undef LLDP_SNMP_ENTITY_ROWS
 #undef LLDP_SNMP_VALUE_ROWS
+#undef LLDP_SNMP_ROWS_COMMON
 
 // Makes the root that the host mounts at "snmp/lldp/root".
 Root::Ptr rootFactory(Zim::String8 name);
