@@ -2,8 +2,8 @@
 // Connects the LLDP agent's entities to the plug-in's mirror: makes the mirror root, starts its
 // top state machine, and tells the mirror of each interface as it comes and goes (what the
 // mirror's own reactors cannot see: which port number an interface has).
-#include "host/StateApplier.h"
-#include "host/StateStore.h"
+#include "state/StateApplier.h"
+#include "state/StateStore.h"
 
 #include "model/Root.h"
 

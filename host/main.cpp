@@ -5,9 +5,9 @@
 #include "host/LldpGlue.h"
 #include "host/Log.h"
 #include "host/NotificationConfig.h"
-#include "host/StateApplier.h"
-#include "host/StateFile.h"
-#include "host/StateStore.h"
+#include "state/StateApplier.h"
+#include "state/StateFile.h"
+#include "state/StateStore.h"
 
 #include "mib/LldpMIB.h"
 #include "mib/LldpXdot1MIB.h"

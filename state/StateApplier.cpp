@@ -1,4 +1,4 @@
-#include "host/StateApplier.h"
+#include "state/StateApplier.h"
 
 #include "platform/zim/Clock.h"
 #include "platform/zim/Jotlog.h"

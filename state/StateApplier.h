@@ -2,8 +2,8 @@
 // Brings the LLDP agent's entities to the state a StateDoc describes, changing only what differs,
 // so that reactors (the mirror's state machines) hear of real changes only. Counters and change
 // times that the document leaves out are kept as an LLDP agent keeps them.
-#include "host/StateDoc.h"
-#include "host/StateStore.h"
+#include "state/StateDoc.h"
+#include "state/StateStore.h"
 
 #include "platform/lldp/RemoteSystem.h"
 #include "platform/lldp/Status.h"

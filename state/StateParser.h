@@ -2,7 +2,7 @@
 // Reads a state file (JSON) into a StateDoc. Everything is checked before anything is applied:
 // a document with one bad value is refused whole, naming where (a JSON path such as
 // "$.interfaces[2].neighbors[0].chassisId") and why.
-#include "host/StateDoc.h"
+#include "state/StateDoc.h"
 
 #include <stdexcept>
 #include <string>

@@ -3,7 +3,7 @@
 // watch is on the file's directory, so a file replaced by rename (as editors and careful
 // writers do) is seen as well as one rewritten in place. A file that does not parse or
 // validate is refused whole and the state already served stays as it is.
-#include "host/StateApplier.h"
+#include "state/StateApplier.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
-#include "host/StateFile.h"
+#include "state/StateFile.h"
 
 #include "host/Log.h"
-#include "host/StateParser.h"
+#include "state/StateParser.h"
 
 #include "platform/zim/Jotlog.h"
 

@@ -1,4 +1,4 @@
-#include "host/StateStore.h"
+#include "state/StateStore.h"
 
 #include "platform/snmp/SnmpUtil.h"
 

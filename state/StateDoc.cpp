@@ -1,4 +1,4 @@
-#include "host/StateDoc.h"
+#include "state/StateDoc.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "host/StateParser.h"
+#include "state/StateParser.h"
 
 #include "platform/zim/Exception.h"
 
