@@ -16,15 +16,9 @@ for f in examples/switch.json examples/lldp-snmpd.conf; do
     fi
 done
 
-mibs="$repo/../shared/mibs"
 echo
 echo "Try in another terminal:"
-if [[ -d "$mibs" ]]; then
-    mibs=$(cd "$mibs" && pwd)
-    echo "  snmpwalk -v2c -c public -M $mibs -m LLDP-MIB:LLDP-EXT-DOT1-MIB:LLDP-EXT-DOT3-MIB 127.0.0.1:1161 1.0.8802.1.1.2"
-else
-    echo "  snmpwalk -v2c -c public -On 127.0.0.1:1161 1.0.8802.1.1.2"
-fi
+echo "  snmpwalk -v2c -c public -M $repo/mibs -m LLDP-MIB:LLDP-EXT-DOT1-MIB:LLDP-EXT-DOT3-MIB 127.0.0.1:1161 1.0.8802.1.1.2"
 echo
 
 exec build/lldp-snmpd --listen udp:127.0.0.1:1161 \
