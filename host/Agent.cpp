@@ -2,6 +2,7 @@
 
 #include "host/Log.h"
 #include "host/NotificationConfig.h"
+#include "host/SystemGroup.h"
 
 // net-snmp's headers go in this order: configuration, library, agent.
 #include <net-snmp/net-snmp-config.h>
@@ -23,6 +24,7 @@ void init_vacm_conf(void);
 void init_vacm_vars(void);
 void init_usmUser(void);
 void init_system_mib(void);
+void init_snmpEngine(void);
 extern netsnmp_session* main_session;
 }
 
@@ -38,6 +40,21 @@ std::string newPrivateDir() {
                                  std::strerror(errno));
     }
     return pattern;
+}
+
+// The persistent directory when none is given: the one systemd made for the service
+// (StateDirectory= sets STATE_DIRECTORY, first entry), else the installed default when it exists.
+// Without either, the engine ID and boots last only as long as the process.
+std::string defaultPersistentDir() {
+    if (const char* fromSystemd = std::getenv("STATE_DIRECTORY"); fromSystemd && *fromSystemd) {
+        const std::string dirs = fromSystemd;
+        return dirs.substr(0, dirs.find(':'));
+    }
+    std::error_code ignored;
+    if (std::filesystem::is_directory(installedPersistentDir, ignored)) {
+        return installedPersistentDir;
+    }
+    return {};
 }
 
 std::string joined(const std::vector<std::string>& items) {
@@ -64,6 +81,9 @@ Agent::~Agent() {
 
 void Agent::prepare() {
     snmp_enable_stderrlog();
+    if (options_.syslog) {
+        snmp_enable_syslog_ident(appName, LOG_DAEMON);
+    }
     if (!options_.debugTokens.empty()) {
         debug_register_tokens(options_.debugTokens.c_str());
         snmp_set_do_debugging(1);
@@ -72,7 +92,13 @@ void Agent::prepare() {
     // The configuration path holds only the agent's persistent state, so the system's and the
     // user's SNMP files are never read; the operator's file comes in as the optional one.
     privateDir_ = newPrivateDir();
-    std::string stateDir = options_.persistentDir.empty() ? privateDir_ : options_.persistentDir;
+    std::string stateDir =
+        options_.persistentDir.empty() ? defaultPersistentDir() : options_.persistentDir;
+    if (stateDir.empty()) {
+        stateDir = privateDir_;
+    } else {
+        logInfo("persistent state (engine ID, boots, users) in " + stateDir);
+    }
     // net-snmp makes it, and says so, at start otherwise.
     std::error_code ignored;
     std::filesystem::create_directory(stateDir + "/cert_indexes", ignored);
@@ -125,11 +151,14 @@ void Agent::prepare() {
                            agentxPingSeconds);
     } else {
         // A standalone agent does its own access control (communities, users, views) and
-        // answers for its own system group; a subagent leaves all that to its master.
+        // answers for its own system group and engine; a subagent leaves all that to its master.
         init_vacm_conf();
         init_vacm_vars();
         init_usmUser();
         init_system_mib();
+        SystemGroup::takeOverDirectives();
+        // snmpEngineID, boots and time: what SNMPv3 managers and notification receivers key on.
+        init_snmpEngine();
     }
     registerNotificationDirective(options_.configFile);
 }

@@ -14,11 +14,17 @@ struct AgentOptions {
     bool agentx = false;
     std::string agentxSocket;  // empty: net-snmp's default
     std::string configFile;    // empty: community "public", read-only, from 127.0.0.1 only
-    std::string persistentDir; // empty: the private directory, removed when the agent goes
+    std::string persistentDir; // empty: $STATE_DIRECTORY, installedPersistentDir if it exists,
+                               // else the private directory, removed when the agent goes
     std::string debugTokens;   // net-snmp debug tokens ("" for none)
+    bool syslog = false;       // log to syslog (facility daemon) as well as to standard error
 };
 
 inline constexpr const char* appName = "lldp-snmpd";
+#ifndef LLDPSNMPD_PERSISTENT_DIR
+#define LLDPSNMPD_PERSISTENT_DIR "/var/lib/lldp-snmpd"
+#endif
+inline constexpr const char* installedPersistentDir = LLDPSNMPD_PERSISTENT_DIR;
 inline constexpr const char* defaultListen = "udp:127.0.0.1:1161";
 // How often a subagent checks on its master, and retries while it has none.
 inline constexpr int agentxPingSeconds = 5;

@@ -67,11 +67,15 @@ CommandLine parseCommandLine(int argc, char** argv) {
                    "The LLDP agent's state as JSON (required;\nsee docs/state-format.md)")
         ->type_name("FILE")
         ->required();
-    app.add_option("--persistent-dir", options.agent.persistentDir,
-                   "Keep net-snmp's persistent state here\n(default: a private directory, removed\n"
-                   "at exit)")
+    app.add_option(
+           "--persistent-dir", options.agent.persistentDir,
+           "Keep net-snmp's persistent state (engine\nID, boots) here (default: $STATE_DIRECTORY,\n"
+           "else " LLDPSNMPD_PERSISTENT_DIR
+           " if it\nexists, else a private directory removed\nat exit)")
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory.description(""));
+    app.add_flag("--syslog", options.agent.syslog,
+                 "Log to syslog (facility daemon) as well as\nto standard error");
     app.add_option("--trace", traces, "Trace handles to turn on ('LldpSnmp=8,Snmp=2')")
         ->type_name("TRACES");
     app.add_option("--snmp-debug", options.agent.debugTokens,

@@ -5,6 +5,7 @@
 #include "host/LldpGlue.h"
 #include "host/Log.h"
 #include "host/NotificationConfig.h"
+#include "host/SystemGroup.h"
 #include "state/StateApplier.h"
 #include "state/StateFile.h"
 #include "state/StateStore.h"
@@ -20,6 +21,7 @@
 
 #include <csignal>
 #include <exception>
+#include <optional>
 #include <sstream>
 #include <string_view>
 
@@ -93,6 +95,10 @@ int run(const Options& options) {
     for (auto* registration : Snmp::handlerRegistrations()) {
         registration->initHandler("");
     }
+    std::optional<SystemGroup> systemGroup;
+    if (!agent.isSubagent()) {
+        systemGroup.emplace(store.localSystem());
+    }
     agent.start();
     Snmp::agentStartTimeIs(Zim::now());
 
@@ -111,6 +117,7 @@ int run(const Options& options) {
     unregisterModules();
     trapManager->flush();
     applier.glueIs(nullptr);
+    systemGroup.reset();
     agent.stop();
     return 0;
 }

@@ -192,8 +192,12 @@ class Daemon(Snmp):
         elif self.port:
             cmd += ["--listen", f"udp:127.0.0.1:{self.port}"]
         self.log_path = folder / "lldp-snmpd.log"
-        # The daemon's private directory lands in the folder too, even should it be killed.
+        # The daemon's private directory lands in the folder too, even should it be killed;
+        # so does its persistent directory, unless the test chooses one (never /var/lib's).
         env = dict(env or os.environ, TMPDIR=str(folder))
+        if "STATE_DIRECTORY" not in env:
+            (folder / "persistent").mkdir()
+            env["STATE_DIRECTORY"] = str(folder / "persistent")
         with open(self.log_path, "w") as log:
             self.proc = subprocess.Popen(cmd, stdout=log, stderr=subprocess.STDOUT, env=env)
 
