@@ -465,7 +465,7 @@ def gets_single(server, client, oids):
 def local_system():
     return {
         "chassisIdSubtype": "macAddress",
-        "chassisId": "00:1c:73:00:00:99",
+        "chassisId": "02:00:00:00:00:99",
         "sysName": "leaf1",
         "sysDesc": "lldp-snmp benchmark switch",
         "sysCapSupported": ["bridge", "router"],

@@ -219,7 +219,7 @@ ADDR_A = {"subtype": "ipV4", "address": "192.0.2.1", "ifSubtype": "ifIndex", "if
 ADDR_B = {"subtype": "ipV6", "address": "2001:db8::1", "ifSubtype": "systemPortNumber",
           "ifId": 7, "oid": "1.3.6.1.4.1.99999.1", "priority": 2}
 ADDR_C = {"subtype": "ipV4", "address": "198.51.100.7", "ifSubtype": "ifIndex", "ifId": 3}
-ADDR_D = {"subtype": "all802", "address": {"hex": "001c73000099"}, "priority": 3}
+ADDR_D = {"subtype": "all802", "address": {"hex": "020000000099"}, "priority": 3}
 UINT32_MAX = 4294967295
 
 
@@ -242,13 +242,13 @@ def switch_state():
             "statistics": {name: p * 1000 + j for j, name in enumerate(
                 ["txFramesTotal", "rxAgeoutsTotal"] + RX_COUNTERS)}})
     ports = {i["portNum"]: i for i in interfaces}
-    ports[2]["local"].update({"portIdSubtype": "macAddress", "portId": "00-1c-73-aa-bb-02"})
+    ports[2]["local"].update({"portIdSubtype": "macAddress", "portId": "02-00-00-aa-bb-02"})
     ports[3]["local"].update({"portIdSubtype": "local", "portId": {"hex": "00ff10"}})
     ports[9]["local"]["portDesc"] = {"hex": "00ff"}
     ports[4094]["statistics"].update(txFramesTotal=UINT32_MAX, rxAgeoutsTotal=UINT32_MAX,
                                      rxFramesTotal=UINT32_MAX)
     spine = neighbour(
-        1, chassisIdSubtype="macAddress", chassisId="00:1c:73:00:01:01",
+        1, chassisIdSubtype="macAddress", chassisId="02:00:00:00:01:01",
         portIdSubtype="interfaceName", portId="Ethernet49/1", portDesc="to leaf1",
         sysName="spine1", sysDesc="Spine switch", sysCapSupported=["bridge", "router"],
         sysCapEnabled=["router"], managementAddresses=[
@@ -279,9 +279,9 @@ def switch_state():
         "linkAgg": {"status": [], "portId": 0}})
     phone = neighbour(
         5, chassisIdSubtype="networkAddress", chassisId={"hex": "01c0000207"},
-        portIdSubtype="macAddress", portId="00:1c:73:00:05:05", sysName="",
+        portIdSubtype="macAddress", portId="02:00:00:00:05:05", sysName="",
         sysCapSupported=list(CAPABILITIES) + [8, 15], sysCapEnabled=["telephone", 9],
-        managementAddresses=[{"subtype": "all802", "address": {"hex": "001c73000505"}},
+        managementAddresses=[{"subtype": "all802", "address": {"hex": "020000000505"}},
                              {"subtype": "ipV4", "address": "198.51.100.5"}],
         dot1={"portVlanId": 4094, "protoVlans": [{"id": 7}]},
         dot3={"macPhy": {"autoNegAdvertisedCap": "0x0000"}, "maxFrameSize": 1518, "power": {
@@ -292,6 +292,6 @@ def switch_state():
         neighbour(3, sysDesc="d" * 255, managementAddresses=[
             {"subtype": "ipV4", "address": "192.0.2.30", "oid": "1.3.6.1.4.1.4294967295.1"}]),
         neighbour(2147483647, unknownTlvs=[{"type": 125, "info": "last"}])]
-    return {"localSystem": {"chassisIdSubtype": "macAddress", "chassisId": "00:1c:73:00:00:99",
+    return {"localSystem": {"chassisIdSubtype": "macAddress", "chassisId": "02:00:00:00:00:99",
                             "managementAddresses": [ADDR_C, ADDR_A, ADDR_D, ADDR_B]},
             "interfaces": interfaces}

@@ -26,7 +26,7 @@ STATE = {
                "txDelay": 8},
     "status": {"remTablesLastChangeTime": 1700000000.0, "remTablesInserts": 7,
                "remTablesDeletes": 3, "remTablesDrops": 1, "remTablesAgeouts": 2},
-    "localSystem": {"chassisIdSubtype": "macAddress", "chassisId": "00:1c:73:00:00:99",
+    "localSystem": {"chassisIdSubtype": "macAddress", "chassisId": "02:00:00:00:00:99",
                     "sysName": "leaf1", "sysDesc": "Leaf switch 1",
                     "sysCapSupported": ["other", "bridge", "router", 8], "sysCapEnabled": [2]},
     "interfaces": [{"name": "Ethernet1", "portNum": 1, "neighbors": [

@@ -11,14 +11,14 @@ from mib_rows import OBJECTS
 
 SYS_NAME = OBJECTS + (3, 3, 0)
 N = "$.interfaces[0].neighbors[0]"
-NEIGHBOUR = {"index": 1, "chassisIdSubtype": "macAddress", "chassisId": "00:1c:73:00:01:01",
+NEIGHBOUR = {"index": 1, "chassisIdSubtype": "macAddress", "chassisId": "02:00:00:00:01:01",
              "portIdSubtype": "interfaceName", "portId": "Ethernet49/1", "sysName": "spine1",
              "managementAddresses": [{"subtype": "ipV4", "address": "192.0.2.10"}],
              "unknownTlvs": [{"type": 9, "info": {"hex": "0102"}}],
              "dot1": {"portVlanId": 1, "vlanNames": [{"id": 10, "name": "users"}]}}
 STATE = {
     "config": {"messageTxInterval": 30},
-    "localSystem": {"chassisIdSubtype": "macAddress", "chassisId": "00:1c:73:00:00:99",
+    "localSystem": {"chassisIdSubtype": "macAddress", "chassisId": "02:00:00:00:00:99",
                     "sysName": "leaf1", "managementAddresses": [
                         {"subtype": "ipV4", "address": "192.0.2.1", "priority": 1}]},
     "interfaces": [{"name": "Ethernet1", "portNum": 1, "neighbors": [NEIGHBOUR]},
@@ -57,7 +57,7 @@ REFUSED = [
     ("$.localSystem.sysCapSupported", [2, "switch"], "unknown bit name \"switch\"", "[1]"),
     ("$.localSystem.sysCapEnabled", [16], "out of range (0..15)", "[0]"),
     ("$.localSystem.sysCapEnabled", "bridge", "expected an array"),
-    ("$.localSystem.chassisId", "00:1c:73:00:00", "expected a MAC address"),
+    ("$.localSystem.chassisId", "02:00:00:00:00", "expected a MAC address"),
     ("$.localSystem.sysDesc", {"hex": "0g"}, "not a hex string", ".hex"),
     ("$.localSystem.sysDesc", {"hex": "abc"}, "odd number of hex digits", ".hex"),
     ("$.localSystem.managementAddresses[0].oid", "1.3.x", "expected an OID"),

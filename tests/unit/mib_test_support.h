@@ -22,7 +22,7 @@ struct Agent {
     Zim::Ptr<Lldp::Config> config = Zim::makePtr<Lldp::Config>("config");
     Zim::Ptr<Lldp::AllStatus> status = Zim::makePtr<Lldp::AllStatus>("all");
     Zim::Ptr<Lldp::LocalSystem> localSystem = Zim::makePtr<Lldp::LocalSystem>("localSystem");
-    Zim::Ptr<Zim::Dir> store = Zim::makePtr<Zim::Dir>("sysdb");
+    Zim::Ptr<Zim::Dir> store = Zim::makePtr<Zim::Dir>("store");
     Lldp::Snmp::Root::Ptr root = Lldp::Snmp::rootFactory("root");
 
     Agent() {
