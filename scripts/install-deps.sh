@@ -8,7 +8,7 @@ packages=(
     libsnmp-dev snmp snmpd snmptrapd
     nlohmann-json3-dev libcli11-dev
     googletest libgtest-dev libgmock-dev libbenchmark-dev
-    python3 python3-pytest
+    python3 python3-pytest python3-jsonschema
     procps iproute2
 )
 

@@ -1,5 +1,7 @@
 #include "state/StateApplier.h"
 
+#include "state/StateKeys.h"
+
 #include "platform/zim/Clock.h"
 #include "platform/zim/Jotlog.h"
 #include "platform/zim/Trace.h"
@@ -34,35 +36,6 @@ void syncMembers(const Current& current, const Wanted& wanted, Set&& set, Del&& 
     }
 }
 
-void fillPortConfig(Lldp::PortConfig& pc, const PortConfigDoc& doc) {
-    pc.adminStatusIs(doc.adminStatus);
-    pc.notificationEnableIs(doc.notificationEnable);
-    pc.enabledTlvsIs(doc.tlvsTxEnable);
-    pc.dot3EnabledTlvsIs(doc.dot3TlvsTxEnable);
-    pc.portVlanTxEnableIs(doc.portVlanTxEnable);
-    pc.manAddrTxEnableIs(doc.manAddrTxEnable);
-}
-
-void fillLocalPort(Lldp::LocalPort& lp, const LocalPortDoc& doc) {
-    lp.portIdSubtypeIs(doc.portIdSubtype);
-    lp.portIdIs(doc.portId);
-    lp.portDescIs(doc.portDesc);
-    lp.portVlanIdIs(doc.portVlanId);
-    lp.linkAggStatusIs(doc.linkAggStatus);
-    lp.linkAggPortIdIs(doc.linkAggPortId);
-    lp.maxFrameSizeIs(doc.maxFrameSize);
-}
-
-void fillStatistics(Lldp::PortStatus& ps, const StatisticsDoc& doc) {
-    ps.txFramesTotalIs(doc.txFramesTotal);
-    ps.rxFramesDiscardedTotalIs(doc.rxFramesDiscardedTotal);
-    ps.rxFramesErrorsIs(doc.rxFramesErrors);
-    ps.rxFramesTotalIs(doc.rxFramesTotal);
-    ps.rxTLVsDiscardedTotalIs(doc.rxTLVsDiscardedTotal);
-    ps.rxTLVsUnrecognizedTotalIs(doc.rxTLVsUnrecognizedTotal);
-    ps.rxAgeoutsTotalIs(doc.rxAgeoutsTotal);
-}
-
 // A TLV's value is set before its received flag rises, and kept until after the flag fell, so
 // that whoever sees the flag set sees the value that came with it.
 template <class T, class SetValue, class SetFlag>
@@ -77,15 +50,7 @@ void optionalTlv(const std::optional<T>& value, SetValue&& setValue, SetFlag&& s
 }
 
 void fillRemoteSystem(Lldp::RemoteSystem& rs, const NeighborDoc& doc) {
-    rs.chassisIdSubtypeIs(doc.chassisIdSubtype);
-    rs.chassisIdIs(doc.chassisId);
-    rs.portIdSubtypeIs(doc.portIdSubtype);
-    rs.portIdIs(doc.portId);
-    rs.portDescIs(doc.portDesc);
-    rs.sysNameIs(doc.sysName);
-    rs.sysDescIs(doc.sysDesc);
-    rs.sysCapSupportedIs(doc.sysCapSupported);
-    rs.sysCapEnabledIs(doc.sysCapEnabled);
+    neighborKeys().apply(doc, rs);
 
     optionalTlv(
         doc.portVlanId, [&](int32_t v) { rs.portVlanIdIs(v); },
@@ -186,21 +151,11 @@ std::vector<InterfaceEntities> StateApplier::interfacesByPort() const {
 }
 
 void StateApplier::configIs(const ConfigDoc& doc) {
-    auto& config = *store_.config();
-    config.messageTxIntervalIs(doc.messageTxInterval);
-    config.messageTxHoldMultiplierIs(doc.messageTxHoldMultiplier);
-    config.reinitDelayIs(doc.reinitDelay);
-    config.txDelayIs(doc.txDelay);
+    configKeys().apply(doc, *store_.config());
 }
 
 void StateApplier::localSystemIs(const LocalSystemDoc& doc) {
-    auto& local = *store_.localSystem();
-    local.chassisIdSubtypeIs(doc.chassisIdSubtype);
-    local.chassisIdIs(doc.chassisId);
-    local.sysNameIs(doc.sysName);
-    local.sysDescIs(doc.sysDesc);
-    local.sysCapSupportedIs(doc.sysCapSupported);
-    local.sysCapEnabledIs(doc.sysCapEnabled);
+    localSystemKeys().apply(doc, *store_.localSystem());
     localManagementAddressesIs(doc);
 }
 
@@ -260,9 +215,9 @@ void StateApplier::newInterface(const InterfaceDoc& doc, double now) {
     e.portConfig->parentIs(store_.config().get());
     e.portStatus->parentIs(store_.status().get());
     e.localPort->parentIs(store_.localSystem().get());
-    fillPortConfig(*e.portConfig, doc.config);
-    fillLocalPort(*e.localPort, doc.local);
-    fillStatistics(*e.portStatus, doc.statistics);
+    portConfigKeys().apply(doc.config, *e.portConfig);
+    localPortKeys().apply(doc.local, *e.localPort);
+    statisticsKeys().apply(doc.statistics, *e.portStatus);
     for (const auto& [index, neighbor] : doc.neighbors) {
         e.portStatus->remoteSystemIs(index, newRemoteSystem(neighbor, *e.portStatus, now));
     }
@@ -292,9 +247,9 @@ void StateApplier::interfaceDel(const InterfaceDoc& doc) {
 void StateApplier::interfaceIs(const InterfaceDoc& old, const InterfaceDoc& next, double now,
                                ApplySummary& summary) {
     const auto& e = interfaces_.at(next.name);
-    fillPortConfig(*e.portConfig, next.config);
-    fillLocalPort(*e.localPort, next.local);
-    fillStatistics(*e.portStatus, next.statistics);
+    portConfigKeys().apply(next.config, *e.portConfig);
+    localPortKeys().apply(next.local, *e.localPort);
+    statisticsKeys().apply(next.statistics, *e.portStatus);
 
     auto& ps = *e.portStatus;
     for (const auto& [index, was] : old.neighbors) {

@@ -1,0 +1,31 @@
+#pragma once
+// The keys of the state document, declared once per object. The parser reads with these
+// sections, the applier sets the entities' attributes through them, and the documentation
+// tables and the JSON Schema are generated from them. A new key is one line here (in
+// StateKeys.cpp) plus its document member.
+#include "state/KeySection.h"
+#include "state/StateDoc.h"
+
+#include "platform/lldp/Config.h"
+#include "platform/lldp/LocalSystem.h"
+#include "platform/lldp/RemoteSystem.h"
+#include "platform/lldp/Status.h"
+
+#include <vector>
+
+namespace LldpSnmpd {
+
+const Section<ConfigDoc, Lldp::Config>& configKeys();
+const Section<StatusDoc>& statusKeys();
+const Section<LocalSystemDoc, Lldp::LocalSystem>& localSystemKeys();
+const Section<PortConfigDoc, Lldp::PortConfig>& portConfigKeys();
+const Section<LocalPortDoc, Lldp::LocalPort>& localPortKeys();
+const Section<StatisticsDoc, Lldp::PortStatus>& statisticsKeys();
+const Section<NeighborDoc, Lldp::RemoteSystem>& neighborKeys();
+const Section<InterfaceDoc>& interfaceKeys();
+const Section<StateDoc>& stateKeys();
+
+// Every section, the document first, in the order the documentation shows them.
+std::vector<const SectionInfo*> allSections();
+
+} // namespace LldpSnmpd

@@ -1,0 +1,89 @@
+#pragma once
+// Readers of single JSON values of a state file into the platform's types. Each takes the
+// value and its JSON path and throws StateError naming that path when the value is refused.
+#include "state/MibNames.h"
+#include "state/StateParser.h"
+
+#include "platform/lldp/Values.h"
+#include "platform/zim/Exception.h"
+#include "platform/zim/String8.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace LldpSnmpd {
+
+using Json = nlohmann::json;
+
+[[noreturn]] void fail(const std::string& path, std::string reason);
+std::string child(const std::string& path, std::string_view key);
+std::string element(const std::string& path, size_t i);
+// A value as a message shows it: strings quoted and shortened, containers by kind.
+std::string describe(const Json& j);
+std::string nameList(Names names);
+
+// An object whose keys are all known; a misspelt key is refused, never ignored.
+class Object {
+public:
+    Object(const Json& j, std::string path, const std::vector<std::string>& known);
+
+    const Json* find(std::string_view key) const;
+    const Json& at(std::string_view key) const;
+    std::string path(std::string_view key) const { return child(path_, key); }
+    const std::string& path() const noexcept { return path_; }
+
+private:
+    const Json& j_;
+    std::string path_;
+};
+
+const Json& array(const Json& j, const std::string& path);
+
+bool readBool(const Json& j, const std::string& path);
+int64_t readInteger(const Json& j, const std::string& path, int64_t min, int64_t max);
+int32_t readInt32(const Json& j, const std::string& path);
+uint32_t readUint32(const Json& j, const std::string& path);
+// Table indexes: a negative value has no place in an OID.
+int32_t readIndex(const Json& j, const std::string& path);
+// Seconds since 1970.
+double readTime(const Json& j, const std::string& path);
+// A name of names, or any 32-bit number.
+int32_t readEnum(const Json& j, const std::string& path, Names names);
+// A bit set as a list of bit names or bit numbers below width; bit k has the value 1 << k.
+uint32_t readBits(const Json& j, const std::string& path, Names names, int width);
+// An octet string: a JSON string is its UTF-8 bytes, {"hex": "0a0b"} raw bytes.
+Zim::String8 readOctets(const Json& j, const std::string& path);
+// "aa:bb:cc:dd:ee:ff" (or with dashes) as six bytes, or octets.
+Zim::String8 readMac(const Json& j, const std::string& path);
+Zim::String8 readIdOctets(const Json& j, const std::string& path, bool isMac);
+// Text form for IPv4 and IPv6 families, octets otherwise.
+Zim::String8 readAddress(const Json& j, const std::string& path, int32_t family);
+// Dotted sub-identifiers, as net-snmp will have to encode them.
+Zim::String8 readOid(const Json& j, const std::string& path);
+// "00-12-bb", "00:12:bb", {"hex": "0012bb"} or a number.
+Lldp::Oui readOui(const Json& j, const std::string& path);
+// A number or "0x6c00".
+uint16_t readU16(const Json& j, const std::string& path);
+
+// Runs a platform constructor; its range error names what was wrong at this path.
+template <class F> auto checked(const std::string& path, F&& make) {
+    try {
+        return make();
+    } catch (const Zim::RangeException& e) {
+        fail(path, e.what());
+    }
+}
+
+template <class Key>
+void unique(std::set<Key>& seen, const Key& key, const std::string& path, std::string_view what) {
+    if (!seen.insert(key).second) {
+        fail(path, "duplicate " + std::string(what));
+    }
+}
+
+} // namespace LldpSnmpd
