@@ -50,6 +50,10 @@ const Lldp::Snmp::Root::PtrConst& lldpRoot() {
     return root_;
 }
 
+void lldpRootDel() {
+    root_ = nullptr;
+}
+
 void lldpRootResetForTesting() {
     root_ = nullptr;
 }

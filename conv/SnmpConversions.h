@@ -22,6 +22,9 @@ typedef uint32_t U32;
 // process (a second call stops it); released when the library is unloaded.
 void lldpRootIs(Lldp::Snmp::Root::PtrConst root);
 const Lldp::Snmp::Root::PtrConst& lldpRoot();
+// Withdraws the root when its host stops serving: a plug-in that the system snmpd unloads stays
+// mapped, and publishes a new root when it is loaded again.
+void lldpRootDel();
 // Forgets the root so that each unit test can publish its own; nothing else may call it.
 void lldpRootResetForTesting();
 

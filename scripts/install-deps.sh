@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
     g++ cmake make pkg-config
     libsnmp-dev snmp snmpd snmptrapd
-    nlohmann-json3-dev libcli11-dev
+    nlohmann-json3-dev libcli11-dev libsystemd-dev
     googletest libgtest-dev libgmock-dev libbenchmark-dev
     python3 python3-pytest python3-jsonschema
     procps iproute2

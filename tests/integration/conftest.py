@@ -173,6 +173,15 @@ class Snmp:
     def set(self, oid, type_, value, community="private"):
         return self.run("snmpset", oid, type_, str(value), community=community)
 
+    @staticmethod
+    def write_state(path, state, atomically=True):
+        """Writes a state file (a dict, or text) through a temporary file and a rename, as
+        editors do."""
+        text = state if isinstance(state, str) else json.dumps(state, indent=1)
+        target = path.with_suffix(".tmp") if atomically else path
+        target.write_text(text)
+        os.replace(target, path)
+
 
 class Daemon(Snmp):
     """One lldp-snmpd with a state file written from a dict (or text)."""
@@ -216,10 +225,7 @@ class Daemon(Snmp):
 
     def rewrite(self, state, atomically=True):
         """Writes the state file through a temporary file and a rename, as editors do."""
-        text = state if isinstance(state, str) else json.dumps(state, indent=1)
-        target = self.state_path.with_suffix(".tmp") if atomically else self.state_path
-        target.write_text(text)
-        os.replace(target, self.state_path)
+        self.write_state(self.state_path, state, atomically)
 
     def stop(self, sig=signal.SIGTERM):
         return stop(self.proc, sig)

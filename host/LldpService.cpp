@@ -1,0 +1,101 @@
+#include "host/LldpService.h"
+
+#include "host/Log.h"
+
+#include "conv/SnmpConversions.h"
+#include "mib/LldpMIB.h"
+#include "mib/LldpXdot1MIB.h"
+#include "mib/LldpXdot3MIB.h"
+#include "platform/snmp/HandlerRegistration.h"
+#include "platform/snmp/TrapManager.h"
+
+#include <string_view>
+
+namespace LldpSnmpd {
+
+namespace {
+
+struct ModuleUnregister {
+    std::string_view module;
+    void (*unregister)(Zim::String8 context);
+};
+
+constexpr ModuleUnregister moduleUnregisters[] = {
+    {"LldpMIB", unregister_LldpMIB},
+    {"LldpXdot1MIB", unregister_LldpXdot1MIB},
+    {"LldpXdot3MIB", unregister_LldpXdot3MIB},
+};
+
+// Every module in every context it was initialised in; the set shrinks as they go.
+void unregisterModules() {
+    const auto served = Snmp::mibContexts();
+    for (const auto& [context, module] : served) {
+        bool known = false;
+        for (const auto& m : moduleUnregisters) {
+            if (m.module != module.view()) {
+                continue;
+            }
+            m.unregister(context);
+            known = true;
+        }
+        if (!known) {
+            logWarning("no way to unregister module " + module.str());
+        }
+    }
+}
+
+} // namespace
+
+void sendQueuedNotifications() {
+    Snmp::TrapManager::instance()->flush();
+}
+
+LldpService::LldpService(std::string stateFile)
+    : applier_(store_), stateFile_(std::move(stateFile), applier_) {}
+
+LldpService::~LldpService() {
+    stop();
+}
+
+bool LldpService::start() {
+    if (!stateFile_.load()) {
+        return false;
+    }
+    stateFile_.watch();
+
+    // The mirror follows the agent's entities from here on; the interfaces applied so far are
+    // handed to it in port order.
+    glue_ = std::make_unique<LldpGlue>(store_);
+    for (const auto& e : applier_.interfacesByPort()) {
+        glue_->interfaceIs(e.name, e.port, e.portConfig, e.portStatus, e.localPort);
+    }
+    applier_.glueIs(glue_.get());
+
+    for (auto* registration : Snmp::handlerRegistrations()) {
+        registration->initHandler("");
+    }
+    return true;
+}
+
+void LldpService::stop() {
+    if (!glue_) {
+        return;
+    }
+    unregisterModules();
+    sendQueuedNotifications();
+    applier_.glueIs(nullptr);
+    glue_.reset();
+    lldpRootDel();
+}
+
+void LldpService::onReadable() {
+    stateFile_.onReadable();
+    sendQueuedNotifications();
+}
+
+void LldpService::reload() {
+    stateFile_.load();
+    sendQueuedNotifications();
+}
+
+} // namespace LldpSnmpd

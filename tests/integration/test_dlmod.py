@@ -1,0 +1,98 @@
+"""lldpsnmp.so inside Debian's own snmpd, loaded with dlmod: the LLDP subtree served in process,
+the state file watched from snmpd's loop, notifications to snmpd's sinks, and a clean unload
+when snmpd reads its configuration again or stops."""
+
+import copy
+import os
+import signal
+
+import pytest
+
+from conftest import (RW_CONFIG, SYS_UPTIME, Background, Snmp, compare_tables, notifications,
+                      wait_until)
+from mib_rows import REM, REM_TABLES_CHANGE, entry, expected_rows, switch_state, walk_rows
+
+DLMOD_STATUS = (1, 3, 6, 1, 4, 1, 2021, 13, 14, 2, 1, 5)
+
+
+def plugin():
+    path = os.environ.get("LLDP_DLMOD")
+    if not path or not os.path.isfile(path):
+        pytest.fail(f"the dlmod plug-in is not at {path!r}; build it or set LLDP_DLMOD")
+    return path
+
+
+def start_snmpd(tmp_path, state, receiver_port):
+    state_path = tmp_path / "state.json"
+    Snmp.write_state(state_path, state)
+    conf = (RW_CONFIG + "dontLogTCPWrappersConnects yes\n"
+            f"trap2sink udp:127.0.0.1:{receiver_port} public\n"
+            f"dlmod lldpsnmp {plugin()}\nlldpStateFile {state_path}\n")
+    snmpd = Background(tmp_path, "snmpd", conf, ["-m", "", "-M", "/dev/null"])
+    snmpd.state_path, snmpd.snmp = state_path, Snmp(snmpd.folder, snmpd.port)
+    return snmpd
+
+
+def time_mark(rows):
+    """The lldpRemTimeMark of the first neighbour row: when the plug-in added the rows, in
+    snmpd's uptime."""
+    return min(o[len(REM) + 2] for o in rows if o[:len(REM)] == REM)
+
+
+@pytest.fixture
+def snmpd(tmp_path, trap_receiver):
+    server = start_snmpd(tmp_path, switch_state(), trap_receiver.port)
+    yield server
+    assert server.stop() == 0, server.log()
+    assert "Error" not in server.log() and "error" not in server.log(), server.log()
+
+
+def test_debian_snmpd_serves_the_lldp_mibs_in_process_and_follows_the_file(snmpd,
+                                                                           trap_receiver):
+    state = switch_state()
+    assert wait_until(lambda: "serving the LLDP MIBs" in snmpd.log()), snmpd.log()
+    rows = walk_rows(snmpd.snmp)  # snmpwalk fails on a step back
+    compare_tables(rows, expected_rows(state, time_mark(rows)))
+
+    before = len(notifications(trap_receiver, REM_TABLES_CHANGE))
+    changed = copy.deepcopy(state)
+    intf = next(i for i in changed["interfaces"] if i.get("neighbors"))
+    neighbour = intf["neighbors"][0]
+    neighbour["sysName"] = "renamed.example.net"
+    Snmp.write_state(snmpd.state_path, changed)
+    assert wait_until(lambda: any(v.value == b"renamed.example.net"
+                                  for v in snmpd.snmp.walk(entry(REM, 9)))), snmpd.log()
+    assert wait_until(lambda: len(notifications(trap_receiver, REM_TABLES_CHANGE)) > before), \
+        trap_receiver.log()
+
+
+def test_a_reload_and_an_unload_unregister_cleanly(snmpd):
+    assert wait_until(lambda: "serving the LLDP MIBs" in snmpd.log()), snmpd.log()
+    served = walk_rows(snmpd.snmp)
+    neighbours = lambda rows: {o[len(REM) + 3:] for o in rows if o[:len(REM)] == REM}  # noqa
+    # Reading the configuration again unloads the module and loads it anew: a new mirror,
+    # the same rows.
+    snmpd.proc.send_signal(signal.SIGHUP)
+    assert wait_until(lambda: snmpd.log().count("serving the LLDP MIBs") == 2), snmpd.log()
+    again = walk_rows(snmpd.snmp)
+    assert neighbours(again) == neighbours(served) and len(again) == len(served)
+
+    # UCD-DLMOD-MIB's dlmodStatus = unload(5): every LLDP object goes, snmpd stays.
+    (row,) = [v.oid for v in snmpd.snmp.walk(DLMOD_STATUS) if v.value == 1]  # loaded(1)
+    unload = snmpd.snmp.set(row, "i", 5)
+    assert unload.returncode == 0, unload
+    assert walk_rows(snmpd.snmp) == {}
+    assert snmpd.snmp.get_one(SYS_UPTIME).type == "Timeticks"
+    assert snmpd.snmp.get_one(row).value == 2  # unloaded(2)
+
+
+def test_a_refused_state_file_is_reported_and_nothing_is_served(tmp_path, trap_receiver):
+    snmpd = start_snmpd(tmp_path, "{not json", trap_receiver.port)
+    try:
+        assert wait_until(lambda: "the LLDP MIBs are not served until" in snmpd.log()), \
+            snmpd.log()
+        assert f"{snmpd.state_path}" in snmpd.log()
+        assert snmpd.snmp.walk(entry(REM, 9)) == []
+        assert snmpd.snmp.get_one((1, 3, 6, 1, 2, 1, 1, 3, 0)).type == "Timeticks"
+    finally:
+        assert snmpd.stop() == 0
