@@ -93,7 +93,8 @@ CommandLine parseCommandLine(int argc, char** argv) {
                                        "a subagent answers through its master, not on its own");
         }
     } catch (const CLI::ParseError& e) {
-        return {std::nullopt, app.exit(e)};
+        // Help and version exit 0; every usage error exits 2, as the man page says.
+        return {std::nullopt, app.exit(e) == 0 ? 0 : 2};
     }
     options.agent.agentx = agentx->count() > 0;
 

@@ -8,7 +8,8 @@ packages=(
     libsnmp-dev snmp snmpd snmptrapd
     nlohmann-json3-dev libcli11-dev libsystemd-dev
     googletest libgtest-dev libgmock-dev libbenchmark-dev
-    python3 python3-pytest python3-jsonschema
+    python3 python3-pytest
+    pandoc man-db systemd python3-jsonschema
     procps iproute2
 )
 
