@@ -2,10 +2,8 @@
 // lldpRemTablesChange notification.
 #include "mib/LldpMIB.h"
 
-#include "mib/Module.h"
 #include "mib/TableFrame.h"
 #include "model/LldpLogCatalogue.h"
-#include "platform/snmp/HandlerRegistration.h"
 #include "platform/snmp/TrapManager.h"
 
 #include <iostream>
@@ -38,6 +36,7 @@ enum class Holder { config, status, localSystem };
 
 struct Scalar {
     const char* name;
+    Netsnmp_Node_Handler* handler;
     oid suffix[3]; // below 1.0.8802.1.1.2.1
     Holder holder;
     const char* attribute;
@@ -118,28 +117,45 @@ constexpr const char* bits = "SystemCapabilitiesMapToAsnBits";
 constexpr int rw = HANDLER_CAN_RWRITE;
 constexpr int ro = HANDLER_CAN_RONLY;
 
+// The name of a scalar and its handler, from one spelling.
+#define SCALAR(scalar) #scalar, handle_##scalar
+
 // In registration order. The remote-table counters are Gauge32 (ZeroBasedCounter32), not
 // Counter32; the notification interval is the fixed 5 seconds the agent throttles with.
 // clang-format off
 const Scalar scalars[] = {
-    {"lldpMessageTxInterval", {1, 1}, Holder::config, "messageTxInterval", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::messageTxInterval>},
-    {"lldpMessageTxHoldMultiplier", {1, 2}, Holder::config, "messageTxHoldMultiplier", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::messageTxHoldMultiplier>},
-    {"lldpReinitDelay", {1, 3}, Holder::config, "reinitDelay", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::reinitDelay>},
-    {"lldpTxDelay", {1, 4}, Holder::config, "txDelay", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::txDelay>},
-    {"lldpNotificationInterval", {1, 5}, Holder::config, "notificationInterval", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::notificationInterval>},
-    {"lldpStatsRemTablesLastChangeTime", {2, 1}, Holder::status, "remTablesLastChangeTime", "NowSecondsToUptimeTimeTicks", ASN_TIMETICKS, ro, -1, -1, readLastChangeTime},
-    {"lldpStatsRemTablesInserts", {2, 2}, Holder::status, "remTablesInserts", s32, ASN_GAUGE, ro, -1, -1, readS32<AllStatus, &AllStatus::remTablesInserts>},
-    {"lldpStatsRemTablesDeletes", {2, 3}, Holder::status, "remTablesDeletes", s32, ASN_GAUGE, ro, -1, -1, readS32<AllStatus, &AllStatus::remTablesDeletes>},
-    {"lldpStatsRemTablesDrops", {2, 4}, Holder::status, "remTablesDrops", s32, ASN_GAUGE, ro, -1, -1, readS32<AllStatus, &AllStatus::remTablesDrops>},
-    {"lldpStatsRemTablesAgeouts", {2, 5}, Holder::status, "remTablesAgeouts", s32, ASN_GAUGE, ro, -1, -1, readS32<AllStatus, &AllStatus::remTablesAgeouts>},
-    {"lldpLocChassisIdSubtype", {3, 1}, Holder::localSystem, "chassisIdSubtype", s32, ASN_INTEGER, ro, -1, -1, readS32<LocalSystem, &LocalSystem::chassisIdSubtype>},
-    {"lldpLocChassisId", {3, 2}, Holder::localSystem, "chassisId", octets, ASN_OCTET_STR, ro, 1, 255, readString<&LocalSystem::chassisId>},
-    {"lldpLocSysName", {3, 3}, Holder::localSystem, "sysName", octets, ASN_OCTET_STR, ro, 0, 255, readString<&LocalSystem::sysName>},
-    {"lldpLocSysDesc", {3, 4}, Holder::localSystem, "sysDesc", octets, ASN_OCTET_STR, ro, 0, 255, readString<&LocalSystem::sysDesc>},
-    {"lldpLocSysCapSupported", {3, 5}, Holder::localSystem, "sysCapSupported", bits, ASN_OCTET_STR, ro, -1, -1, readCapabilities<&LocalSystem::sysCapSupported>},
-    {"lldpLocSysCapEnabled", {3, 6}, Holder::localSystem, "sysCapEnabled", bits, ASN_OCTET_STR, ro, -1, -1, readCapabilities<&LocalSystem::sysCapEnabled>},
+    {SCALAR(lldpMessageTxInterval), {1, 1}, Holder::config, "messageTxInterval", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::messageTxInterval>},
+    {SCALAR(lldpMessageTxHoldMultiplier), {1, 2}, Holder::config, "messageTxHoldMultiplier", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::messageTxHoldMultiplier>},
+    {SCALAR(lldpReinitDelay), {1, 3}, Holder::config, "reinitDelay", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::reinitDelay>},
+    {SCALAR(lldpTxDelay), {1, 4}, Holder::config, "txDelay", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::txDelay>},
+    {SCALAR(lldpNotificationInterval), {1, 5}, Holder::config, "notificationInterval", s32, ASN_INTEGER, rw, -1, -1, readS32<Config, &Config::notificationInterval>},
+    {SCALAR(lldpStatsRemTablesLastChangeTime), {2, 1}, Holder::status, "remTablesLastChangeTime", "NowSecondsToUptimeTimeTicks", ASN_TIMETICKS, ro, -1, -1, readLastChangeTime},
+    {SCALAR(lldpStatsRemTablesInserts), {2, 2}, Holder::status, "remTablesInserts", s32, ASN_GAUGE, ro, -1, -1, readS32<AllStatus, &AllStatus::remTablesInserts>},
+    {SCALAR(lldpStatsRemTablesDeletes), {2, 3}, Holder::status, "remTablesDeletes", s32, ASN_GAUGE, ro, -1, -1, readS32<AllStatus, &AllStatus::remTablesDeletes>},
+    {SCALAR(lldpStatsRemTablesDrops), {2, 4}, Holder::status, "remTablesDrops", s32, ASN_GAUGE, ro, -1, -1, readS32<AllStatus, &AllStatus::remTablesDrops>},
+    {SCALAR(lldpStatsRemTablesAgeouts), {2, 5}, Holder::status, "remTablesAgeouts", s32, ASN_GAUGE, ro, -1, -1, readS32<AllStatus, &AllStatus::remTablesAgeouts>},
+    {SCALAR(lldpLocChassisIdSubtype), {3, 1}, Holder::localSystem, "chassisIdSubtype", s32, ASN_INTEGER, ro, -1, -1, readS32<LocalSystem, &LocalSystem::chassisIdSubtype>},
+    {SCALAR(lldpLocChassisId), {3, 2}, Holder::localSystem, "chassisId", octets, ASN_OCTET_STR, ro, 1, 255, readString<&LocalSystem::chassisId>},
+    {SCALAR(lldpLocSysName), {3, 3}, Holder::localSystem, "sysName", octets, ASN_OCTET_STR, ro, 0, 255, readString<&LocalSystem::sysName>},
+    {SCALAR(lldpLocSysDesc), {3, 4}, Holder::localSystem, "sysDesc", octets, ASN_OCTET_STR, ro, 0, 255, readString<&LocalSystem::sysDesc>},
+    {SCALAR(lldpLocSysCapSupported), {3, 5}, Holder::localSystem, "sysCapSupported", bits, ASN_OCTET_STR, ro, -1, -1, readCapabilities<&LocalSystem::sysCapSupported>},
+    {SCALAR(lldpLocSysCapEnabled), {3, 6}, Holder::localSystem, "sysCapEnabled", bits, ASN_OCTET_STR, ro, -1, -1, readCapabilities<&LocalSystem::sysCapEnabled>},
 };
 // clang-format on
+#undef SCALAR
+
+#define LLDP_MIB_COUNT_SCALAR(scalar) +1
+static_assert(std::size(scalars) == 0 LLDP_MIB_SCALARS(LLDP_MIB_COUNT_SCALAR),
+              "every scalar of LLDP_MIB_SCALARS has one row in scalars[]");
+#undef LLDP_MIB_COUNT_SCALAR
+
+const Scalar& scalarNamed(std::string_view name) {
+    for (const Scalar& s : scalars) {
+        if (name == s.name)
+            return s;
+    }
+    ZIM_ASSERT_NAMED(false, "every scalar handler has a row in scalars[]");
+}
 
 constexpr size_t scalarOidLength = 9;
 
@@ -193,7 +209,7 @@ int handleScalar(const Scalar& s, netsnmp_handler_registration* reginfo,
     return SNMP_ERR_NOERROR;
 }
 
-void registerScalars(const Zim::String8& context) {
+void registerScalars(Zim::String8 context) {
     auto& m = lldpMibModule();
     if (_defaultTraceHandle().enabled(1)) {
         for (const Scalar& s : scalars) {
@@ -204,31 +220,12 @@ void registerScalars(const Zim::String8& context) {
                          << LldpMibFrame::quoted(context));
         }
     }
-    static Netsnmp_Node_Handler* const handlers[] = {
-        handle_lldpMessageTxInterval,
-        handle_lldpMessageTxHoldMultiplier,
-        handle_lldpReinitDelay,
-        handle_lldpTxDelay,
-        handle_lldpNotificationInterval,
-        handle_lldpStatsRemTablesLastChangeTime,
-        handle_lldpStatsRemTablesInserts,
-        handle_lldpStatsRemTablesDeletes,
-        handle_lldpStatsRemTablesDrops,
-        handle_lldpStatsRemTablesAgeouts,
-        handle_lldpLocChassisIdSubtype,
-        handle_lldpLocChassisId,
-        handle_lldpLocSysName,
-        handle_lldpLocSysDesc,
-        handle_lldpLocSysCapSupported,
-        handle_lldpLocSysCapEnabled,
-    };
-    for (size_t i = 0; i < std::size(scalars); ++i) {
-        const Scalar& s = scalars[i];
+    for (const Scalar& s : scalars) {
         oid name[scalarOidLength];
         scalarOid(s, name);
         const std::string registrationName = std::string(s.name) + "_" + context.str();
         netsnmp_handler_registration* reg = netsnmp_create_handler_registration(
-            registrationName.c_str(), handlers[i], name, scalarOidLength, s.mode);
+            registrationName.c_str(), s.handler, name, scalarOidLength, s.mode);
         ZIM_ASSERT_NAMED(reg, (std::string("reg_") + s.name).c_str());
         reg->priority = 64;
         if (!context.empty()) {
@@ -260,47 +257,32 @@ void registerScalars(const Zim::String8& context) {
 
 } // namespace
 
-#define LLDP_SCALAR_HANDLER(scalar, position)                                                      \
+// Each scalar's named handler answers from its row of scalars[].
+#define LLDP_MIB_SCALAR_HANDLER(scalar)                                                            \
     int handle_##scalar(netsnmp_mib_handler*, netsnmp_handler_registration* reginfo,               \
                         netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {     \
-        return handleScalar(scalars[position], reginfo, reqinfo, requests);                        \
+        static const Scalar& row = scalarNamed(#scalar);                                           \
+        return handleScalar(row, reginfo, reqinfo, requests);                                      \
     }
-
-LLDP_SCALAR_HANDLER(lldpMessageTxInterval, 0)
-LLDP_SCALAR_HANDLER(lldpMessageTxHoldMultiplier, 1)
-LLDP_SCALAR_HANDLER(lldpReinitDelay, 2)
-LLDP_SCALAR_HANDLER(lldpTxDelay, 3)
-LLDP_SCALAR_HANDLER(lldpNotificationInterval, 4)
-LLDP_SCALAR_HANDLER(lldpStatsRemTablesLastChangeTime, 5)
-LLDP_SCALAR_HANDLER(lldpStatsRemTablesInserts, 6)
-LLDP_SCALAR_HANDLER(lldpStatsRemTablesDeletes, 7)
-LLDP_SCALAR_HANDLER(lldpStatsRemTablesDrops, 8)
-LLDP_SCALAR_HANDLER(lldpStatsRemTablesAgeouts, 9)
-LLDP_SCALAR_HANDLER(lldpLocChassisIdSubtype, 10)
-LLDP_SCALAR_HANDLER(lldpLocChassisId, 11)
-LLDP_SCALAR_HANDLER(lldpLocSysName, 12)
-LLDP_SCALAR_HANDLER(lldpLocSysDesc, 13)
-LLDP_SCALAR_HANDLER(lldpLocSysCapSupported, 14)
-LLDP_SCALAR_HANDLER(lldpLocSysCapEnabled, 15)
+LLDP_MIB_SCALARS(LLDP_MIB_SCALAR_HANDLER)
 
 // ---------------------------------------------------------------------------------------------
 // Tables.
 
 namespace {
 
-struct LldpMibTable : LldpMibFrame::ReadOnlyTable<void> {
+struct InLldpMib {
     static LldpMibFrame::Module& mibModule() { return lldpMibModule(); }
 };
 
-using PortTable = LldpMibFrame::PortTable<LldpMibTable>;
-using LocalManAddrTable = LldpMibFrame::LocalManAddrTable<LldpMibTable>;
-using RemoteTable = LldpMibFrame::RemoteTable<LldpMibTable>;
+using PortTable = LldpMibFrame::PortTable<InLldpMib>;
+using LocalManAddrTable = LldpMibFrame::LocalManAddrTable<InLldpMib>;
+using RemoteTable = LldpMibFrame::RemoteTable<InLldpMib>;
 
 struct lldpPortConfigTableDef : PortTable {
     static constexpr const char* name = "lldpPortConfigTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 1, 6};
     static constexpr IndexObject indexes[] = {{"lldpPortConfigPortNum", ASN_INTEGER}};
-    static constexpr int minColumn = 2, maxColumn = 4;
     static constexpr unsigned columns[] = {2, 3, 4};
     using Map = Root::PortConfigMap;
     static const Map& rows(const Root& root) { return root.portConfig(); }
@@ -326,7 +308,6 @@ struct lldpConfigManAddrTableDef : LocalManAddrTable {
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 1, 7};
     static constexpr IndexObject indexes[] = {{"lldpLocManAddrSubtype", ASN_INTEGER},
                                               {"lldpLocManAddr", ASN_OCTET_STR}};
-    static constexpr int minColumn = 1, maxColumn = 1;
     static constexpr unsigned columns[] = {1};
     static bool answer(ColumnAnswer& a, int,
                        const Zim::Ptr<Lldp::Snmp::LocalManagementAddress>& row) {
@@ -343,7 +324,6 @@ struct lldpStatsTxPortTableDef : PortTable {
     static constexpr const char* name = "lldpStatsTxPortTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 2, 6};
     static constexpr IndexObject indexes[] = {{"lldpStatsTxPortNum", ASN_INTEGER}};
-    static constexpr int minColumn = 2, maxColumn = 2;
     static constexpr unsigned columns[] = {2};
     using Map = Root::PortStatusMap;
     static const Map& rows(const Root& root) { return root.portStatus(); }
@@ -357,7 +337,6 @@ struct lldpStatsRxPortTableDef : PortTable {
     static constexpr const char* name = "lldpStatsRxPortTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 2, 7};
     static constexpr IndexObject indexes[] = {{"lldpStatsRxPortNum", ASN_INTEGER}};
-    static constexpr int minColumn = 2, maxColumn = 7;
     static constexpr unsigned columns[] = {2, 3, 4, 5, 6, 7};
     using Map = Root::PortStatusMap;
     static const Map& rows(const Root& root) { return root.portStatus(); }
@@ -388,7 +367,6 @@ struct lldpLocPortTableDef : PortTable {
     static constexpr const char* name = "lldpLocPortTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 3, 7};
     static constexpr IndexObject indexes[] = {{"lldpLocPortNum", ASN_INTEGER}};
-    static constexpr int minColumn = 2, maxColumn = 4;
     static constexpr unsigned columns[] = {2, 3, 4};
     using Map = Root::LocalPortMap;
     static const Map& rows(const Root& root) { return root.localPort(); }
@@ -411,7 +389,6 @@ struct lldpLocManAddrTableDef : LocalManAddrTable {
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 3, 8};
     static constexpr IndexObject indexes[] = {{"lldpLocManAddrSubtype", ASN_INTEGER},
                                               {"lldpLocManAddr", ASN_OCTET_STR}};
-    static constexpr int minColumn = 3, maxColumn = 6;
     static constexpr unsigned columns[] = {3, 4, 5, 6};
     static bool answer(ColumnAnswer& a, int column,
                        const Zim::Ptr<Lldp::Snmp::LocalManagementAddress>& row) {
@@ -429,10 +406,9 @@ struct lldpLocManAddrTableDef : LocalManAddrTable {
     }
 };
 
-struct lldpRemTableDef : LldpMibFrame::RemoteSystemTable<LldpMibTable> {
+struct lldpRemTableDef : LldpMibFrame::RemoteSystemTable<InLldpMib> {
     static constexpr const char* name = "lldpRemTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 4, 1};
-    static constexpr int minColumn = 4, maxColumn = 12;
     static constexpr unsigned columns[] = {4, 5, 6, 7, 8, 9, 10, 11, 12};
     static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
         const auto& r = agentOrDefault(row->ptr());
@@ -477,11 +453,14 @@ struct lldpRemManAddrTableDef : RemoteTable {
                                               {"lldpRemIndex", ASN_INTEGER},
                                               {"lldpRemManAddrSubtype", ASN_INTEGER},
                                               {"lldpRemManAddr", ASN_OCTET_STR}};
-    static constexpr bool hinted = false;
-    static constexpr int minColumn = 3, maxColumn = 5;
     static constexpr unsigned columns[] = {3, 4, 5};
+    static constexpr const char* keyTypeName = "Lldp::Snmp::RemoteManagementAddress::Key";
     using Map = Root::RemoteManagementAddressMap;
     static const Map& rows(const Root& root) { return root.remoteManagementAddress(); }
+    static Lldp::Snmp::RemoteManagementAddressKey keyFromHint(const HintValues& v) {
+        return {portFromHint(v[1]), static_cast<int32_t>(v[2]),
+                LldpMibFrame::manAddrFromHint(v[3], v)};
+    }
     static void writeIndexes(IndexWriter& w, const Lldp::Snmp::RemoteManagementAddressKey& key) {
         writeNeighbour(w, key);
         w.integer("manAddrSubtype", key.manAddrKey.subtype());
@@ -508,7 +487,6 @@ struct lldpRemUnknownTLVTableDef : RemoteTable {
                                               {"lldpRemLocalPortNum", ASN_INTEGER},
                                               {"lldpRemIndex", ASN_INTEGER},
                                               {"lldpRemUnknownTLVType", ASN_INTEGER}};
-    static constexpr int minColumn = 2, maxColumn = 2;
     static constexpr unsigned columns[] = {2};
     static constexpr const char* keyTypeName = "Lldp::Snmp::RemoteUnknownTlv::Key";
     using Map = Root::RemoteUnknownTlvMap;
@@ -536,7 +514,6 @@ struct lldpRemOrgDefInfoTableDef : RemoteTable {
                                               {"lldpRemOrgDefInfoOUI", ASN_PRIV_IMPLIED_OCTET_STR},
                                               {"lldpRemOrgDefInfoSubtype", ASN_INTEGER},
                                               {"lldpRemOrgDefInfoIndex", ASN_INTEGER}};
-    static constexpr int minColumn = 4, maxColumn = 4;
     static constexpr unsigned columns[] = {4};
     static constexpr const char* keyTypeName = "Lldp::Snmp::RemoteUnknownOrgDefTlv::Key";
     using Map = Root::RemoteUnknownOrgDefTlvMap;
@@ -559,40 +536,7 @@ struct lldpRemOrgDefInfoTableDef : RemoteTable {
 
 } // namespace
 
-LLDP_MIB_TABLE(lldpPortConfigTable, lldpPortConfigTableDef)
-LLDP_MIB_TABLE(lldpConfigManAddrTable, lldpConfigManAddrTableDef)
-LLDP_MIB_TABLE(lldpStatsTxPortTable, lldpStatsTxPortTableDef)
-LLDP_MIB_TABLE(lldpStatsRxPortTable, lldpStatsRxPortTableDef)
-LLDP_MIB_TABLE(lldpLocPortTable, lldpLocPortTableDef)
-LLDP_MIB_TABLE(lldpLocManAddrTable, lldpLocManAddrTableDef)
-LLDP_MIB_TABLE(lldpRemTable, lldpRemTableDef)
-LLDP_MIB_TABLE(lldpRemManAddrTable, lldpRemManAddrTableDef)
-LLDP_MIB_TABLE(lldpRemUnknownTLVTable, lldpRemUnknownTLVTableDef)
-LLDP_MIB_TABLE(lldpRemOrgDefInfoTable, lldpRemOrgDefInfoTableDef)
-
-// ---------------------------------------------------------------------------------------------
-// Module entry points.
-
-int init_LldpMIB(Zim::String8 context) {
-    lldpMibModule().debugInitializing(context);
-    registerScalars(context);
-    initialize_table_lldpPortConfigTable(context);
-    initialize_table_lldpConfigManAddrTable(context);
-    initialize_table_lldpStatsTxPortTable(context);
-    initialize_table_lldpStatsRxPortTable(context);
-    initialize_table_lldpLocPortTable(context);
-    initialize_table_lldpLocManAddrTable(context);
-    initialize_table_lldpRemTable(context);
-    initialize_table_lldpRemManAddrTable(context);
-    initialize_table_lldpRemUnknownTLVTable(context);
-    initialize_table_lldpRemOrgDefInfoTable(context);
-    Snmp::registerMibContext(context, "LldpMIB");
-    return 0;
-}
-
-void unregister_LldpMIB(Zim::String8 context) {
-    lldpMibModule().unregister(context);
-}
+LLDP_MIB_MODULE(LldpMIB, lldpMibModule, LLDP_MIB_TABLES, registerScalars)
 
 namespace Snmp {
 
@@ -635,18 +579,3 @@ int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops
 }
 
 } // namespace Snmp
-
-// ---------------------------------------------------------------------------------------------
-// Announcement to the host at load.
-
-namespace {
-
-class LldpMIB_HandlerRegistration : public Snmp::HandlerRegistration {
-public:
-    void initHandler(Zim::String8 context) override { (void)init_LldpMIB(context); }
-};
-
-LldpMIB_HandlerRegistration lldpMibRegistration;
-Snmp::AutoRegistree lldpMibAutoRegistree(&lldpMibRegistration);
-
-} // namespace

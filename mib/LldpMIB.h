@@ -1,55 +1,46 @@
 #pragma once
 // LLDP-MIB: the module's entry points, its scalar and table handlers, and the
 // lldpRemTablesChange notification.
-#include "platform/zim/String8.h"
-
-#include <net-snmp/net-snmp-config.h>
-#include <net-snmp/net-snmp-includes.h>
-#include <net-snmp/agent/net-snmp-agent-includes.h>
+#include "mib/ModuleDeclarations.h"
 
 #include <cstdint>
 
-int init_LldpMIB(Zim::String8 context);
-void unregister_LldpMIB(Zim::String8 context);
+// The module's tables and scalars, each named once: these lists drive the declarations below,
+// the definitions of the named functions, initialisation and unregistration.
+#define LLDP_MIB_TABLES(X)                                                                         \
+    X(lldpPortConfigTable)                                                                         \
+    X(lldpConfigManAddrTable)                                                                      \
+    X(lldpStatsTxPortTable)                                                                        \
+    X(lldpStatsRxPortTable)                                                                        \
+    X(lldpLocPortTable)                                                                            \
+    X(lldpLocManAddrTable)                                                                         \
+    X(lldpRemTable)                                                                                \
+    X(lldpRemManAddrTable)                                                                         \
+    X(lldpRemUnknownTLVTable)                                                                      \
+    X(lldpRemOrgDefInfoTable)
 
-void initialize_table_lldpPortConfigTable(Zim::String8 context);
-void initialize_table_lldpConfigManAddrTable(Zim::String8 context);
-void initialize_table_lldpStatsTxPortTable(Zim::String8 context);
-void initialize_table_lldpStatsRxPortTable(Zim::String8 context);
-void initialize_table_lldpLocPortTable(Zim::String8 context);
-void initialize_table_lldpLocManAddrTable(Zim::String8 context);
-void initialize_table_lldpRemTable(Zim::String8 context);
-void initialize_table_lldpRemManAddrTable(Zim::String8 context);
-void initialize_table_lldpRemUnknownTLVTable(Zim::String8 context);
-void initialize_table_lldpRemOrgDefInfoTable(Zim::String8 context);
+#define LLDP_MIB_SCALARS(X)                                                                        \
+    X(lldpMessageTxInterval)                                                                       \
+    X(lldpMessageTxHoldMultiplier)                                                                 \
+    X(lldpReinitDelay)                                                                             \
+    X(lldpTxDelay)                                                                                 \
+    X(lldpNotificationInterval)                                                                    \
+    X(lldpStatsRemTablesLastChangeTime)                                                            \
+    X(lldpStatsRemTablesInserts)                                                                   \
+    X(lldpStatsRemTablesDeletes)                                                                   \
+    X(lldpStatsRemTablesDrops)                                                                     \
+    X(lldpStatsRemTablesAgeouts)                                                                   \
+    X(lldpLocChassisIdSubtype)                                                                     \
+    X(lldpLocChassisId)                                                                            \
+    X(lldpLocSysName)                                                                              \
+    X(lldpLocSysDesc)                                                                              \
+    X(lldpLocSysCapSupported)                                                                      \
+    X(lldpLocSysCapEnabled)
 
-Netsnmp_Node_Handler lldpPortConfigTable_handler;
-Netsnmp_Node_Handler lldpConfigManAddrTable_handler;
-Netsnmp_Node_Handler lldpStatsTxPortTable_handler;
-Netsnmp_Node_Handler lldpStatsRxPortTable_handler;
-Netsnmp_Node_Handler lldpLocPortTable_handler;
-Netsnmp_Node_Handler lldpLocManAddrTable_handler;
-Netsnmp_Node_Handler lldpRemTable_handler;
-Netsnmp_Node_Handler lldpRemManAddrTable_handler;
-Netsnmp_Node_Handler lldpRemUnknownTLVTable_handler;
-Netsnmp_Node_Handler lldpRemOrgDefInfoTable_handler;
+LLDP_MIB_MODULE_DECLARATIONS(LldpMIB, LLDP_MIB_TABLES)
 
-Netsnmp_Node_Handler handle_lldpMessageTxInterval;
-Netsnmp_Node_Handler handle_lldpMessageTxHoldMultiplier;
-Netsnmp_Node_Handler handle_lldpReinitDelay;
-Netsnmp_Node_Handler handle_lldpTxDelay;
-Netsnmp_Node_Handler handle_lldpNotificationInterval;
-Netsnmp_Node_Handler handle_lldpStatsRemTablesLastChangeTime;
-Netsnmp_Node_Handler handle_lldpStatsRemTablesInserts;
-Netsnmp_Node_Handler handle_lldpStatsRemTablesDeletes;
-Netsnmp_Node_Handler handle_lldpStatsRemTablesDrops;
-Netsnmp_Node_Handler handle_lldpStatsRemTablesAgeouts;
-Netsnmp_Node_Handler handle_lldpLocChassisIdSubtype;
-Netsnmp_Node_Handler handle_lldpLocChassisId;
-Netsnmp_Node_Handler handle_lldpLocSysName;
-Netsnmp_Node_Handler handle_lldpLocSysDesc;
-Netsnmp_Node_Handler handle_lldpLocSysCapSupported;
-Netsnmp_Node_Handler handle_lldpLocSysCapEnabled;
+#define LLDP_MIB_DECLARE_SCALAR(scalar) Netsnmp_Node_Handler handle_##scalar;
+LLDP_MIB_SCALARS(LLDP_MIB_DECLARE_SCALAR)
 
 namespace Snmp {
 int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops, uint32_t ageouts,

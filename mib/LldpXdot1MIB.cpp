@@ -1,9 +1,7 @@
 // LLDP-EXT-DOT1-MIB: two local tables and four neighbour tables on the shared table frame.
 #include "mib/LldpXdot1MIB.h"
 
-#include "mib/Module.h"
 #include "mib/TableFrame.h"
-#include "platform/snmp/HandlerRegistration.h"
 
 using Lldp::Snmp::Root;
 using LldpMibFrame::agentOrDefault;
@@ -20,11 +18,11 @@ LldpMibFrame::Module& lldpXdot1Module() {
     return module;
 }
 
-struct Xdot1Table : LldpMibFrame::ReadOnlyTable<void> {
+struct InXdot1 {
     static LldpMibFrame::Module& mibModule() { return lldpXdot1Module(); }
 };
-using PortTable = LldpMibFrame::PortTable<Xdot1Table>;
-using RemoteTable = LldpMibFrame::RemoteTable<Xdot1Table>;
+using PortTable = LldpMibFrame::PortTable<InXdot1>;
+using RemoteTable = LldpMibFrame::RemoteTable<InXdot1>;
 
 // The neighbour sub-tables: the neighbour's three index objects and one of their own.
 template <class Key> struct NeighbourSubTable : RemoteTable {
@@ -45,11 +43,9 @@ struct lldpXdot1ConfigPortVlanTableDef : PortTable {
     static constexpr const char* name = "lldpXdot1ConfigPortVlanTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 1, 1};
     static constexpr IndexObject indexes[] = {{"lldpPortConfigPortNum", ASN_INTEGER}};
-    static constexpr int minColumn = 1, maxColumn = 1;
     static constexpr unsigned columns[] = {1};
     // Registered writable like the LLDP-MIB configuration objects, so that a SET reaches the
     // handler and is refused there.
-    static constexpr int mode = HANDLER_CAN_RWRITE;
     static constexpr const char* setRefusal =
         "lldpXdot1ConfigPortVlanTable_handler: SET is not configured for column "
         "lldpXdot1ConfigPortVlanTxEnable";
@@ -65,7 +61,6 @@ struct lldpXdot1LocTableDef : PortTable {
     static constexpr const char* name = "lldpXdot1LocTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 2, 1};
     static constexpr IndexObject indexes[] = {{"lldpLocPortNum", ASN_INTEGER}};
-    static constexpr int minColumn = 1, maxColumn = 1;
     static constexpr unsigned columns[] = {1};
     using Map = Root::LocalPortMap;
     static const Map& rows(const Root& root) { return root.localPort(); }
@@ -75,12 +70,10 @@ struct lldpXdot1LocTableDef : PortTable {
     }
 };
 
-struct lldpXdot1RemTableDef : LldpMibFrame::RemoteSystemTable<Xdot1Table> {
+struct lldpXdot1RemTableDef : LldpMibFrame::RemoteSystemTable<InXdot1, portVlanIdTlvReceived> {
     static constexpr const char* name = "lldpXdot1RemTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 3, 1};
-    static constexpr int minColumn = 1, maxColumn = 1;
     static constexpr unsigned columns[] = {1};
-    static bool keep(const Map::ConstIterator& row) { return portVlanIdTlvReceived(row); }
     static bool answer(ColumnAnswer& a, int, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
         return a.integer("lldpXdot1RemPortVlanId", "portVlanId",
                          agentOrDefault(row->ptr()).portVlanId());
@@ -95,7 +88,6 @@ struct lldpXdot1RemProtoVlanTableDef : NeighbourSubTable<Lldp::Snmp::RemotePortA
         {"lldpRemLocalPortNum", ASN_INTEGER},
         {"lldpRemIndex", ASN_INTEGER},
         {"lldpXdot1RemProtoVlanId", ASN_INTEGER, LldpMibFrame::checkVlanIdOrNone}};
-    static constexpr int minColumn = 2, maxColumn = 3;
     static constexpr unsigned columns[] = {2, 3};
     static constexpr const char* keyTypeName = "Lldp::Snmp::RemotePortAndProtocolVlan::Key";
     using Map = Root::RemotePortAndProtocolVlanMap;
@@ -122,7 +114,6 @@ struct lldpXdot1RemVlanNameTableDef : NeighbourSubTable<Lldp::Snmp::RemoteVlanNa
         {"lldpRemLocalPortNum", ASN_INTEGER},
         {"lldpRemIndex", ASN_INTEGER},
         {"lldpXdot1RemVlanId", ASN_INTEGER, LldpMibFrame::checkVlanId}};
-    static constexpr int minColumn = 2, maxColumn = 2;
     static constexpr unsigned columns[] = {2};
     static constexpr const char* keyTypeName = "Lldp::Snmp::RemoteVlanName::Key";
     using Map = Root::RemoteVlanNameMap;
@@ -145,7 +136,6 @@ struct lldpXdot1RemProtocolTableDef : NeighbourSubTable<Lldp::Snmp::RemoteProtoc
                                               {"lldpRemLocalPortNum", ASN_INTEGER},
                                               {"lldpRemIndex", ASN_INTEGER},
                                               {"lldpXdot1RemProtocolIndex", ASN_INTEGER}};
-    static constexpr int minColumn = 2, maxColumn = 2;
     static constexpr unsigned columns[] = {2};
     static constexpr const char* keyTypeName = "Lldp::Snmp::RemoteProtocolIdentityInfo::Key";
     using Map = Root::RemoteProtocolIdentityInfoMap;
@@ -162,37 +152,4 @@ struct lldpXdot1RemProtocolTableDef : NeighbourSubTable<Lldp::Snmp::RemoteProtoc
 
 } // namespace
 
-LLDP_MIB_TABLE(lldpXdot1ConfigPortVlanTable, lldpXdot1ConfigPortVlanTableDef)
-LLDP_MIB_TABLE(lldpXdot1LocTable, lldpXdot1LocTableDef)
-LLDP_MIB_TABLE(lldpXdot1RemTable, lldpXdot1RemTableDef)
-LLDP_MIB_TABLE(lldpXdot1RemProtoVlanTable, lldpXdot1RemProtoVlanTableDef)
-LLDP_MIB_TABLE(lldpXdot1RemVlanNameTable, lldpXdot1RemVlanNameTableDef)
-LLDP_MIB_TABLE(lldpXdot1RemProtocolTable, lldpXdot1RemProtocolTableDef)
-
-int init_LldpXdot1MIB(Zim::String8 context) {
-    lldpXdot1Module().debugInitializing(context);
-    initialize_table_lldpXdot1ConfigPortVlanTable(context);
-    initialize_table_lldpXdot1LocTable(context);
-    initialize_table_lldpXdot1RemTable(context);
-    initialize_table_lldpXdot1RemProtoVlanTable(context);
-    initialize_table_lldpXdot1RemVlanNameTable(context);
-    initialize_table_lldpXdot1RemProtocolTable(context);
-    Snmp::registerMibContext(context, "LldpXdot1MIB");
-    return 0;
-}
-
-void unregister_LldpXdot1MIB(Zim::String8 context) {
-    lldpXdot1Module().unregister(context);
-}
-
-namespace {
-
-class LldpXdot1MIB_HandlerRegistration : public Snmp::HandlerRegistration {
-public:
-    void initHandler(Zim::String8 context) override { (void)init_LldpXdot1MIB(context); }
-};
-
-LldpXdot1MIB_HandlerRegistration lldpXdot1MibRegistration;
-Snmp::AutoRegistree lldpXdot1MibAutoRegistree(&lldpXdot1MibRegistration);
-
-} // namespace
+LLDP_MIB_MODULE(LldpXdot1MIB, lldpXdot1Module, LLDP_XDOT1_MIB_TABLES)

@@ -2,9 +2,7 @@
 // neighbour is listed in a remote table only while it sends that table's TLV.
 #include "mib/LldpXdot3MIB.h"
 
-#include "mib/Module.h"
 #include "mib/TableFrame.h"
-#include "platform/snmp/HandlerRegistration.h"
 
 using Lldp::Snmp::Root;
 using LldpMibFrame::agentOrDefault;
@@ -18,17 +16,17 @@ LldpMibFrame::Module& lldpXdot3Module() {
     return module;
 }
 
-struct Xdot3Table : LldpMibFrame::ReadOnlyTable<void> {
+struct InXdot3 {
     static LldpMibFrame::Module& mibModule() { return lldpXdot3Module(); }
 };
-using PortTable = LldpMibFrame::PortTable<Xdot3Table>;
-using NeighbourTable = LldpMibFrame::RemoteSystemTable<Xdot3Table>;
+using PortTable = LldpMibFrame::PortTable<InXdot3>;
+template <LldpMibFrame::RemoteSystemFilter sentTlv>
+using NeighbourTable = LldpMibFrame::RemoteSystemTable<InXdot3, sentTlv>;
 
 struct lldpXdot3PortConfigTableDef : PortTable {
     static constexpr const char* name = "lldpXdot3PortConfigTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 1, 1};
     static constexpr IndexObject indexes[] = {{"lldpPortConfigPortNum", ASN_INTEGER}};
-    static constexpr int minColumn = 1, maxColumn = 1;
     static constexpr unsigned columns[] = {1};
     using Map = Root::PortConfigMap;
     static const Map& rows(const Root& root) { return root.portConfig(); }
@@ -45,7 +43,6 @@ struct lldpXdot3LocLinkAggTableDef : PortTable {
     static constexpr const char* name = "lldpXdot3LocLinkAggTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 2, 3};
     static constexpr IndexObject indexes[] = {{"lldpLocPortNum", ASN_INTEGER}};
-    static constexpr int minColumn = 1, maxColumn = 2;
     static constexpr unsigned columns[] = {1, 2};
     using Map = Root::LocalPortMap;
     static const Map& rows(const Root& root) { return root.localPort(); }
@@ -65,7 +62,6 @@ struct lldpXdot3LocMaxFrameSizeTableDef : PortTable {
     static constexpr const char* name = "lldpXdot3LocMaxFrameSizeTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 2, 4};
     static constexpr IndexObject indexes[] = {{"lldpLocPortNum", ASN_INTEGER}};
-    static constexpr int minColumn = 1, maxColumn = 1;
     static constexpr unsigned columns[] = {1};
     using Map = Root::LocalPortMap;
     static const Map& rows(const Root& root) { return root.localPort(); }
@@ -75,12 +71,10 @@ struct lldpXdot3LocMaxFrameSizeTableDef : PortTable {
     }
 };
 
-struct lldpXdot3RemPortTableDef : NeighbourTable {
+struct lldpXdot3RemPortTableDef : NeighbourTable<macPhyConfigStatusTlvReceived> {
     static constexpr const char* name = "lldpXdot3RemPortTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 3, 1};
-    static constexpr int minColumn = 1, maxColumn = 4;
     static constexpr unsigned columns[] = {1, 2, 3, 4};
-    static bool keep(const Map::ConstIterator& row) { return macPhyConfigStatusTlvReceived(row); }
     static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
         const auto& macPhy = agentOrDefault(row->ptr()).macPhy();
         switch (column) {
@@ -106,12 +100,10 @@ struct lldpXdot3RemPortTableDef : NeighbourTable {
     }
 };
 
-struct lldpXdot3RemPowerTableDef : NeighbourTable {
+struct lldpXdot3RemPowerTableDef : NeighbourTable<powerViaMdiTlvReceived> {
     static constexpr const char* name = "lldpXdot3RemPowerTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 3, 2};
-    static constexpr int minColumn = 1, maxColumn = 6;
     static constexpr unsigned columns[] = {1, 2, 3, 4, 5, 6};
-    static bool keep(const Map::ConstIterator& row) { return powerViaMdiTlvReceived(row); }
     static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
         const auto& power = agentOrDefault(row->ptr()).power();
         switch (column) {
@@ -135,12 +127,10 @@ struct lldpXdot3RemPowerTableDef : NeighbourTable {
     }
 };
 
-struct lldpXdot3RemLinkAggTableDef : NeighbourTable {
+struct lldpXdot3RemLinkAggTableDef : NeighbourTable<linkAggregationTlvReceived> {
     static constexpr const char* name = "lldpXdot3RemLinkAggTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 3, 3};
-    static constexpr int minColumn = 1, maxColumn = 2;
     static constexpr unsigned columns[] = {1, 2};
-    static bool keep(const Map::ConstIterator& row) { return linkAggregationTlvReceived(row); }
     static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
         const auto& r = agentOrDefault(row->ptr());
         if (column == 1) {
@@ -153,12 +143,10 @@ struct lldpXdot3RemLinkAggTableDef : NeighbourTable {
     }
 };
 
-struct lldpXdot3RemMaxFrameSizeTableDef : NeighbourTable {
+struct lldpXdot3RemMaxFrameSizeTableDef : NeighbourTable<maximumFrameSizeTlvReceived> {
     static constexpr const char* name = "lldpXdot3RemMaxFrameSizeTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 3, 4};
-    static constexpr int minColumn = 1, maxColumn = 1;
     static constexpr unsigned columns[] = {1};
-    static bool keep(const Map::ConstIterator& row) { return maximumFrameSizeTlvReceived(row); }
     static bool answer(ColumnAnswer& a, int, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
         return a.integer("lldpXdot3RemMaxFrameSize", "maxFrameSize",
                          agentOrDefault(row->ptr()).maxFrameSize());
@@ -167,39 +155,4 @@ struct lldpXdot3RemMaxFrameSizeTableDef : NeighbourTable {
 
 } // namespace
 
-LLDP_MIB_TABLE(lldpXdot3PortConfigTable, lldpXdot3PortConfigTableDef)
-LLDP_MIB_TABLE(lldpXdot3LocLinkAggTable, lldpXdot3LocLinkAggTableDef)
-LLDP_MIB_TABLE(lldpXdot3LocMaxFrameSizeTable, lldpXdot3LocMaxFrameSizeTableDef)
-LLDP_MIB_TABLE(lldpXdot3RemPortTable, lldpXdot3RemPortTableDef)
-LLDP_MIB_TABLE(lldpXdot3RemPowerTable, lldpXdot3RemPowerTableDef)
-LLDP_MIB_TABLE(lldpXdot3RemLinkAggTable, lldpXdot3RemLinkAggTableDef)
-LLDP_MIB_TABLE(lldpXdot3RemMaxFrameSizeTable, lldpXdot3RemMaxFrameSizeTableDef)
-
-int init_LldpXdot3MIB(Zim::String8 context) {
-    lldpXdot3Module().debugInitializing(context);
-    initialize_table_lldpXdot3PortConfigTable(context);
-    initialize_table_lldpXdot3LocLinkAggTable(context);
-    initialize_table_lldpXdot3LocMaxFrameSizeTable(context);
-    initialize_table_lldpXdot3RemPortTable(context);
-    initialize_table_lldpXdot3RemPowerTable(context);
-    initialize_table_lldpXdot3RemLinkAggTable(context);
-    initialize_table_lldpXdot3RemMaxFrameSizeTable(context);
-    Snmp::registerMibContext(context, "LldpXdot3MIB");
-    return 0;
-}
-
-void unregister_LldpXdot3MIB(Zim::String8 context) {
-    lldpXdot3Module().unregister(context);
-}
-
-namespace {
-
-class LldpXdot3MIB_HandlerRegistration : public Snmp::HandlerRegistration {
-public:
-    void initHandler(Zim::String8 context) override { (void)init_LldpXdot3MIB(context); }
-};
-
-LldpXdot3MIB_HandlerRegistration lldpXdot3MibRegistration;
-Snmp::AutoRegistree lldpXdot3MibAutoRegistree(&lldpXdot3MibRegistration);
-
-} // namespace
+LLDP_MIB_MODULE(LldpXdot3MIB, lldpXdot3Module, LLDP_XDOT3_MIB_TABLES)

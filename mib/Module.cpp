@@ -12,10 +12,13 @@ const Zim::TraceHandle& Module::trace() {
     return *trace_;
 }
 
-void Module::debugInitializing(const Zim::String8& context) const {
-    if (!snmp_get_do_debugging())
-        return;
-    DEBUGMSGTL((name_, "Initializing in context \"%s\"\n", context.str().c_str()));
+int Module::initialize(const Zim::String8& context, std::initializer_list<Step> steps) {
+    if (snmp_get_do_debugging())
+        DEBUGMSGTL((name_, "Initializing in context \"%s\"\n", context.str().c_str()));
+    for (Step step : steps)
+        step(context);
+    Snmp::registerMibContext(context, name_);
+    return 0;
 }
 
 void Module::unregister(const Zim::String8& context) {

@@ -1,7 +1,7 @@
 #pragma once
-// What the three MIB modules share: the per-context bookkeeping of what each registered with
-// net-snmp (so that a context can be unregistered again), the unit's trace handle, and the
-// module's initialisation and unregistration steps around its own scalars and tables.
+// What the MIB modules share: the per-context bookkeeping of what each registered with net-snmp
+// (so that a context can be unregistered again), the unit's trace handle, and the module's
+// initialisation and unregistration around its own scalars and tables.
 #include "platform/zim/String8.h"
 #include "platform/zim/Trace.h"
 
@@ -9,6 +9,7 @@
 #include <net-snmp/net-snmp-includes.h>
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
+#include <initializer_list>
 #include <list>
 #include <map>
 #include <memory>
@@ -29,8 +30,10 @@ public:
     std::map<Zim::String8, std::list<netsnmp_handler_registration*>> contextHandlerRegistrations;
     std::map<Zim::String8, std::list<netsnmp_column_info*>> contextColumnInfos;
 
-    // net-snmp's debug line under the module's token.
-    void debugInitializing(const Zim::String8& context) const;
+    using Step = void (*)(Zim::String8 context);
+    // Runs the module's registration steps (scalars, then each table) for the context and
+    // records the context as served.
+    int initialize(const Zim::String8& context, std::initializer_list<Step> steps);
     // Undoes every registration of the context, frees its column records, and tells the host.
     void unregister(const Zim::String8& context);
 

@@ -1,4 +1,6 @@
-#include "mib/TableFrame.h"
+#include "mib/TableParts.h"
+
+#include <iostream>
 
 namespace LldpMibFrame {
 

@@ -1,119 +1,24 @@
 #pragma once
-// The one frame every LLDP table is served by. A table is a definition (its OID, index objects,
-// the root collection it walks, its key from an index hint, its columns); this frame does the
-// rest with net-snmp's table iterator: registration, loop and data contexts that are counted
-// iterators over the collection (so a walk survives rows removed between two steps), the index
-// hint that turns GETNEXT into a tree search, the time filter of the remote tables, and the
-// column handler with its error codes.
+// The one frame every LLDP table is served by. A table is a definition (see TableContract.h:
+// its OID, index objects, the root collection it walks, its key from a request's index, its
+// columns); this frame does the rest with net-snmp's table iterator: registration, loop and
+// data contexts that are counted iterators over the collection (so a walk survives rows removed
+// between two steps), the index hint that turns every request into a tree search, the time
+// filter of the remote tables, and the column handler with its error codes.
 //
-// Each table's eight functions keep their MIB names (LLDP_MIB_TABLE below); they forward here.
-#include "conv/SnmpConversions.h"
-#include "mib/Module.h"
-#include "model/Root.h"
-#include "platform/snmp/Conversions.h"
-#include "platform/snmp/SnmpUtil.h"
-#include "platform/zim/Assert.h"
-#include "platform/zim/Exception.h"
+// A module lists its tables once (LLDP_MIB_MODULE below); each table's functions
+// keep their MIB names (initialize_table_X, X_handler, X_get_first_data_point, ...) and forward
+// here.
+#include "mib/ModuleDeclarations.h"
+#include "mib/TableContract.h"
+#include "mib/TableParts.h"
 
-#include <array>
-#include <cstdio>
-#include <iostream>
 #include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
 
 namespace LldpMibFrame {
-
-struct IndexObject {
-    const char* name;
-    u_char type;
-    // Checks a decoded component on its own (VLAN ids); throws the range exception.
-    void (*check)(uint32_t value) = nullptr;
-};
-
-void checkVlanId(uint32_t value);
-void checkVlanIdOrNone(uint32_t value);
-
-// Index components decoded from a hint, in index order (the time mark included, as 0).
-// Integers hold their 32 bits; an OUI its 24-bit value.
-using HintValues = std::array<uint32_t, 8>;
-
-inline Interface::EthPortId portFromHint(uint32_t value) {
-    // Narrowed before the range test, as the port index always has been.
-    return Interface::EthPortId(static_cast<uint16_t>(value));
-}
-
-// Writes a row's index values into net-snmp's index variables, tracing each one.
-class IndexWriter {
-public:
-    IndexWriter(Module& module, const std::string& helperName, netsnmp_variable_list* var)
-        : module_(module), helper_(helperName), var_(var) {}
-
-    void integer(const char* component, int32_t value);
-    void octets(const char* component, const Zim::String8& value, int capacity);
-    void oui(const char* component, const Lldp::Oui& value);
-    netsnmp_variable_list* next() const noexcept { return var_; }
-
-private:
-    // Traces the component (its text is made only when the trace is on); false at the end of
-    // the index list.
-    template <class Value> bool take(const char* component, const Value& value) {
-        ZTRACE_FROM(module_.trace(), module_.name(), 2,
-                    helper_ << " - iterator has another value: " << component << "=" << value);
-        return var_ != nullptr;
-    }
-    Module& module_;
-    const std::string& helper_;
-    netsnmp_variable_list* var_;
-};
-
-// Answers one column of one row: trace, read, convert, check the length, set the varbind.
-// Every method returns false after tracing a failure; the frame then answers genErr.
-class ColumnAnswer {
-public:
-    ColumnAnswer(Module& module, const char* table, netsnmp_request_info* request,
-                 std::string (*keyText)(const void*), const void* key)
-        : module_(module), table_(table), request_(request), keyText_(keyText), key_(key) {}
-
-    bool integer(const char* column, const char* attribute, int32_t value);
-    bool truthValue(const char* column, const char* attribute, bool value);
-    bool counter32(const char* column, const char* attribute, uint32_t value);
-    bool gauge32(const char* column, const char* attribute, uint32_t value);
-    // An octet string whose value may be at most `bound` bytes (boundType names the type in
-    // the refusal), answered when its length is within minLength..maxLength.
-    bool octets(const char* column, const char* attribute, const Zim::String8& value,
-                const char* boundType, size_t bound, int capacity, int minLength, int maxLength);
-    bool objectId(const char* column, const char* attribute, const Zim::String8& dotted);
-    // BITS and other encodings of this library: convert(buffer, capacity) returns the length.
-    template <class Convert>
-    bool encoded(const char* column, const char* attribute, const char* conversion, int capacity,
-                 Convert&& convert, int minLength = -1, int maxLength = -1) {
-        return answer(column, attribute, conversion, ASN_OCTET_STR, capacity, convert, minLength,
-                      maxLength);
-    }
-
-private:
-    template <class Convert>
-    bool answer(const char* column, const char* attribute, const char* conversion, u_char type,
-                int capacity, Convert&& convert, int minLength = -1, int maxLength = -1) {
-        traceGet(column);
-        unsigned char buffer[1024];
-        return finish(attribute, conversion, type, buffer, convert(buffer, capacity), minLength,
-                      maxLength);
-    }
-    void traceGet(const char* column);
-    bool finish(const char* attribute, const char* conversion, u_char type,
-                const unsigned char* buffer, int length, int minLength, int maxLength);
-    Module& module_;
-    const char* table_;
-    netsnmp_request_info* request_;
-    std::string (*keyText_)(const void*);
-    const void* key_;
-};
-
-// Looks the root up where the host mounted it; a missing or mistyped root stops the host.
-Lldp::Snmp::Root* registeredRoot(const char* table);
 
 struct Callbacks {
     Netsnmp_First_Data_Point* first;
@@ -125,11 +30,22 @@ struct Callbacks {
 };
 
 template <class Def> class Table {
+    static_assert(checkTableDefinition<Def>());
+    static_assert(contiguousColumns<Def>(),
+                  "table definition: `columns` must be ascending and without gaps");
+    static_assert(std::size(Def::indexes) <= std::tuple_size_v<decltype(HintValues::numbers)>,
+                  "table definition: more index objects than a hint holds");
+
 public:
     using Map = typename Def::Map;
     using Iterator = typename Map::ConstIterator;
     using Key = std::remove_cvref_t<decltype(std::declval<const Iterator&>().key())>;
     static constexpr size_t indexCount = std::size(Def::indexes);
+    static constexpr int minColumn = static_cast<int>(Def::columns[0]);
+    static constexpr int maxColumn = static_cast<int>(Def::columns[std::size(Def::columns) - 1]);
+    // The remote tables lead with lldpRemTimeMark: a filter, not part of the row's key.
+    static constexpr bool timeFilter = Def::indexes[0].type == ASN_TIMETICKS;
+    static constexpr bool writable = requires { Def::setRefusal; };
 
     static void initialize(const Zim::String8& context, const Callbacks& cb) {
         Module& module = Def::mibModule();
@@ -138,16 +54,16 @@ public:
                     "initialize_table_" << Def::name << " initializing oid "
                                         << oidText(Def::tableOid, oidLength) << " in context "
                                         << quoted(context));
-        const std::string registrationName = std::string(Def::name) + "_" + context.str();
-        netsnmp_handler_registration* reg = netsnmp_create_handler_registration(
-            registrationName.c_str(), cb.handler, Def::tableOid, oidLength, Def::mode);
         if (!context.empty()) {
-            netsnmp_handler_registration_free(reg);
             ZTRACE_FROM(module.trace(), module.name(), 2,
                         "initialize_table_" << Def::name << " in context " << quoted(context)
                                             << " statestorePathWithContext not specified ");
             return;
         }
+        const std::string registrationName = std::string(Def::name) + "_" + context.str();
+        netsnmp_handler_registration* reg = netsnmp_create_handler_registration(
+            registrationName.c_str(), cb.handler, Def::tableOid, oidLength,
+            writable ? HANDLER_CAN_RWRITE : HANDLER_CAN_RONLY);
         module.contextHandlerRegistrations[context].push_back(reg);
         Lldp::Snmp::Root* root = registeredRoot(Def::name);
         reg->my_reg_void = root;
@@ -169,8 +85,8 @@ public:
                 added->val_len = 3; // the OUI: three octets, no length prefix
             }
         }
-        tableInfo->min_column = Def::minColumn;
-        tableInfo->max_column = Def::maxColumn;
+        tableInfo->min_column = minColumn;
+        tableInfo->max_column = maxColumn;
         tableInfo->valid_columns = columns;
 
         auto* iinfo = SNMP_MALLOC_TYPEDEF(netsnmp_iterator_info);
@@ -184,10 +100,11 @@ public:
         iinfo->table_reginfo = tableInfo;
 
         module.contextColumnInfos[context].push_back(columns);
-        int result = netsnmp_register_table_iterator(reg, iinfo);
-        ZIM_ASSERT(result == 0);
-        int injected = netsnmp_inject_handler(reg, netsnmp_get_serialize_handler());
-        ZIM_ASSERT(injected == (0));
+        const int registered = netsnmp_register_table_iterator(reg, iinfo);
+        ZIM_ASSERT(registered == SNMPERR_SUCCESS);
+        // Above the iterator: each iterator call then sees one request, whose index is the hint.
+        const int injected = netsnmp_inject_handler(reg, netsnmp_get_serialize_handler());
+        ZIM_ASSERT(injected == SNMPERR_SUCCESS);
         ZTRACE_FROM(module.trace(), module.name(), 8,
                     "Initialized table " << Def::name << " in context " << quoted(context));
     }
@@ -197,38 +114,31 @@ public:
                                                  netsnmp_iterator_info* info) {
         Module& module = Def::mibModule();
         const auto& rows = Def::rows(*static_cast<const Lldp::Snmp::Root*>(info->myvoid));
+        const auto* hint = static_cast<const netsnmp_table_request_info*>(*loopContext);
+        ZTRACE_FROM(module.trace(), module.name(), 2,
+                    Def::name << "_get_first_data_point - *hint = "
+                              << static_cast<const void*>(hint)
+                              << ", number_indexes = " << (hint ? hint->number_indexes : 0));
         std::optional<Iterator> start;
         bool hintMatched = false;
-        if constexpr (Def::hinted) {
-            const auto* hint = static_cast<const netsnmp_table_request_info*>(*loopContext);
-            ZTRACE_FROM(module.trace(), module.name(), 2,
-                        Def::name << "_get_first_data_point - *hint = "
-                                  << static_cast<const void*>(hint)
-                                  << ", number_indexes = " << (hint ? hint->number_indexes : 0));
-            if (auto key = keyFromHint(hint)) {
-                Iterator found = rows.at(*key);
-                if (found) {
-                    start = found;
-                    hintMatched = true;
-                } else {
-                    ZTRACE_FROM(module.trace(), module.name(), 2,
-                                Def::name << "_get_first_data_point - key '" << strep(*key)
-                                          << "' not found in table");
-                }
+        if (auto key = keyFromHint(hint)) {
+            // The requested row, or the least greater one: rows before it cannot answer a GET
+            // or a GETNEXT of this index, so they are not visited.
+            Iterator found = rows.lowerBound(*key);
+            hintMatched = !found.atEnd() && !(*key < found.key());
+            if (!hintMatched) {
+                ZTRACE_FROM(module.trace(), module.name(), 2,
+                            Def::name << "_get_first_data_point - key '" << strep(*key)
+                                      << "' not found in table");
             }
+            start = std::move(found);
         }
-        auto* loop = new Iterator(start ? *start : rows.begin());
+        auto* loop = new Iterator(start ? std::move(*start) : rows.begin());
         *loopContext = loop;
-        if constexpr (Def::hinted) {
-            ZTRACE_FROM(module.trace(), module.name(), 2,
-                        Def::name << "_get_first_data_point - allocated new loop context "
-                                  << static_cast<void*>(loop) << ", hintMatched=" << hintMatched);
-        } else {
-            ZTRACE_FROM(module.trace(), module.name(), 2,
-                        Def::name << "_get_first_data_point - allocated new loop context "
-                                  << static_cast<void*>(loop));
-        }
-        skipUnwanted(*loop, indexVars, "*");
+        ZTRACE_FROM(module.trace(), module.name(), 2,
+                    Def::name << "_get_first_data_point - allocated new loop context "
+                              << static_cast<void*>(loop) << ", hintMatched=" << hintMatched);
+        skipUnwanted(*loop, indexVars, "first");
         return iterationHelper(loop, indexVars);
     }
 
@@ -248,7 +158,7 @@ public:
                               << static_cast<void*>(loop) << " ; data context "
                               << (dataContext ? *dataContext : nullptr));
         loop->advance();
-        skipUnwanted(*loop, indexVars, "*");
+        skipUnwanted(*loop, indexVars, "next");
         return iterationHelper(loop, indexVars);
     }
 
@@ -282,7 +192,7 @@ public:
             return nullptr;
         }
         netsnmp_variable_list* var = indexVars;
-        if constexpr (Def::timeFilter) {
+        if constexpr (timeFilter) {
             // The row is reported under the requested time mark, not its own.
             if (var->val_len == 0 || !var->val.integer) {
                 snmp_set_var_typed_integer(var, ASN_TIMETICKS, 0);
@@ -320,7 +230,7 @@ public:
                 return SNMP_ERR_NOERROR;
             }
             const int column = static_cast<int>(netsnmp_extract_table_info(request)->colnum);
-            if (column < Def::minColumn || column > Def::maxColumn) {
+            if (column < minColumn || column > maxColumn) {
                 ZTRACE_FROM(module.trace(), module.name(), 0,
                             Def::name << " invalid column " << column);
                 netsnmp_request_set_error(request, SNMP_NOSUCHOBJECT);
@@ -328,7 +238,8 @@ public:
             }
             ColumnAnswer answer(module, Def::name, request, &keyTextOf, &row->key());
             if (!Def::answer(answer, column, row->value())) {
-                // The error goes on the first request of the call, deliberately.
+                // The serialize handler above the iterator hands over one request per call, so
+                // the first request of the call is the one whose value cannot be shown.
                 netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
                 return SNMP_ERR_GENERR;
             }
@@ -355,7 +266,7 @@ private:
         const netsnmp_variable_list* var = hint->indexes;
         for (size_t i = 0; i < indexCount && var; ++i, var = var->next_variable) {
             const IndexObject& index = Def::indexes[i];
-            if (i == 0 && Def::timeFilter) {
+            if (i == 0 && timeFilter) {
                 ++found;
                 continue;
             }
@@ -367,24 +278,7 @@ private:
                 break;
             }
             try {
-                if (index.type == ASN_PRIV_IMPLIED_OCTET_STR) {
-                    if (var->val_len != 3)
-                        Zim::throwRangeException("len == 3");
-                    values[i] = AsnOctetStringToOui(static_cast<void*>(var->val.string),
-                                                    static_cast<U32>(var->val_len))
-                                    .value();
-                    ZTRACE_FROM(module.trace(), module.name(), 2,
-                                "hint component " << index.name << " is '"
-                                                  << Lldp::valueToStrep(Lldp::Oui(values[i]))
-                                                  << "'");
-                } else {
-                    values[i] = static_cast<uint32_t>(Snmp::AsnIntegerToS32(var));
-                    ZTRACE_FROM(module.trace(), module.name(), 2,
-                                "hint component " << index.name << " is '"
-                                                  << static_cast<int32_t>(values[i]) << "'");
-                }
-                if (index.check)
-                    index.check(values[i]);
+                decodeComponent(index, *var, i, values);
             } catch (const Zim::RangeException& e) {
                 ZTRACE_FROM(module.trace(), module.name(), 2,
                             "hint for index " << index.name << " of " << Def::name
@@ -409,24 +303,57 @@ private:
         }
     }
 
+    static void decodeComponent(const IndexObject& index, const netsnmp_variable_list& var,
+                                size_t i, HintValues& values) {
+        Module& module = Def::mibModule();
+        switch (index.type) {
+        case ASN_PRIV_IMPLIED_OCTET_STR:
+            if (var.val_len != 3)
+                Zim::throwRangeException("len == 3");
+            values.numbers[i] =
+                AsnOctetStringToOui(static_cast<void*>(var.val.string), static_cast<U32>(3))
+                    .value();
+            ZTRACE_FROM(module.trace(), module.name(), 2,
+                        "hint component " << index.name << " is '"
+                                          << Lldp::valueToStrep(Lldp::Oui(values[i])) << "'");
+            break;
+        case ASN_OCTET_STR:
+            values.octets = Zim::String8(var.val.string, var.val_len);
+            ZTRACE_FROM(module.trace(), module.name(), 2,
+                        "hint component " << index.name << " is '" << Zim::printable(values.octets)
+                                          << "'");
+            break;
+        default:
+            values.numbers[i] = static_cast<uint32_t>(Snmp::AsnIntegerToS32(&var));
+            ZTRACE_FROM(module.trace(), module.name(), 2,
+                        "hint component " << index.name << " is '"
+                                          << static_cast<int32_t>(values[i]) << "'");
+            break;
+        }
+        if (index.check)
+            index.check(values[i]);
+    }
+
     // Steps past rows the table does not show: neighbours that did not send the table's TLV,
     // and, in the remote tables, rows that changed before the requested time mark.
     static void skipUnwanted(Iterator& loop, netsnmp_variable_list* indexVars, const char* step) {
         uint32_t filter = 0;
-        if constexpr (Def::timeFilter) {
+        if constexpr (timeFilter) {
             if (indexVars && indexVars->val_len && indexVars->val.integer) {
                 filter = static_cast<uint32_t>(*indexVars->val.integer);
             }
         }
         Module& module = Def::mibModule();
         while (!loop.atEnd()) {
-            if (!Def::keep(loop)) {
-                loop.advance();
-                continue;
+            if constexpr (requires { Def::keep; }) {
+                if (!Def::keep(loop)) {
+                    loop.advance();
+                    continue;
+                }
             }
-            if constexpr (Def::timeFilter) {
+            if constexpr (timeFilter) {
                 const uint32_t mark = Snmp::SecondsToTimeTicks(
-                    Snmp::NowSecondsToUptimeSeconds(Def::lastChangeTime(loop.value())));
+                    Snmp::NowSecondsToUptimeSeconds(lastChangeTime(loop.value())));
                 if (static_cast<uint32_t>(mark + 2) < filter) {
                     ZTRACE_FROM(module.trace(), module.name(), 2,
                                 Def::name << "_get_" << step << "_data_point filtered out "
@@ -455,7 +382,7 @@ private:
                                         << " already processed");
                 continue;
             }
-            if constexpr (requires { Def::setRefusal; }) {
+            if constexpr (writable) {
                 ZTRACE_FROM(module.trace(), module.name(), 0, Def::setRefusal);
             } else {
                 auto* info = netsnmp_extract_table_info(request);
@@ -469,118 +396,60 @@ private:
     }
 };
 
-// The agent entity behind a row, or a default one (zeros, empty strings, empty sets) when the
-// row refers to none.
-template <class T> const T& agentOrDefault(const Zim::Ptr<const T>& agent) {
-    if (agent)
-        return *agent;
-    static const T* const none = [] {
-        if constexpr (std::is_constructible_v<T, Zim::String8, int32_t>) {
-            return new T("none", 0);
-        } else {
-            return new T("none");
-        }
-    }();
-    return *none;
-}
-
-// Shared parts of definitions.
-template <class Module> struct ReadOnlyTable {
-    static constexpr int mode = HANDLER_CAN_RONLY;
-    static constexpr bool timeFilter = false;
-    static constexpr bool hinted = true;
-    template <class It> static bool keep(const It&) { return true; }
-};
-
-// The per-port tables: one index, the port number. Base is the module's ReadOnlyTable.
-template <class Base> struct PortTable : Base {
-    static constexpr const char* keyTypeName = "Interface::EthPortId";
-    static Interface::EthPortId keyFromHint(const HintValues& v) { return portFromHint(v[0]); }
-    static void writeIndexes(IndexWriter& w, const Interface::EthPortId& port) {
-        w.integer("portNum", port.value());
-    }
-};
-
-// The tables of local management addresses: (subtype, address), walked without a hint.
-template <class Base> struct LocalManAddrTable : Base {
-    using Map = Lldp::Snmp::Root::LocalManagementAddressMap;
-    static constexpr bool hinted = false;
-    static const Map& rows(const Lldp::Snmp::Root& root) { return root.localManagementAddress(); }
-    static void writeIndexes(IndexWriter& w, const Lldp::ManagementAddress::Key& key) {
-        w.integer("manAddrSubtype", key.subtype());
-        w.octets("manAddr", key.address(), 31);
-    }
-};
-
-// The remote tables: (time mark, local port, neighbour index, ...), filtered by time mark.
-template <class Base> struct RemoteTable : Base {
-    static constexpr bool timeFilter = true;
-    static double lastChangeTime(const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
-        return row->ptr() ? row->ptr()->lastChangeTime() : 0.0;
-    }
-    template <class Row> static double lastChangeTime(const Row& row) {
-        return row.ptr ? row.ptr->lastChangeTime() : 0.0;
-    }
-    template <class Key> static void writeNeighbour(IndexWriter& w, const Key& key) {
-        w.integer("localPortNum", key.ethPortId.value());
-        w.integer("index", key.index);
-    }
-};
-
-// Tables of one row per neighbour, walking the root's remote systems.
-template <class Base> struct RemoteSystemTable : RemoteTable<Base> {
-    static constexpr IndexObject indexes[] = {{"lldpRemTimeMark", ASN_TIMETICKS},
-                                              {"lldpRemLocalPortNum", ASN_INTEGER},
-                                              {"lldpRemIndex", ASN_INTEGER}};
-    static constexpr const char* keyTypeName = "Lldp::Snmp::RemoteSystem::Key";
-    using Map = Lldp::Snmp::Root::RemoteSystemMap;
-    static const Map& rows(const Lldp::Snmp::Root& root) { return root.remoteSystem(); }
-    static Lldp::Snmp::RemoteSystemKey keyFromHint(const HintValues& v) {
-        return {portFromHint(v[1]), static_cast<int32_t>(v[2])};
-    }
-    static void writeIndexes(IndexWriter& w, const Lldp::Snmp::RemoteSystemKey& key) {
-        RemoteTable<Base>::writeNeighbour(w, key);
-    }
-};
-
 } // namespace LldpMibFrame
 
-// The eight functions of one table, named after it, forwarding to the frame.
-#define LLDP_MIB_TABLE(table, Def)                                                                 \
+// The functions of one table, named after it, forwarding to the frame; the definition is the
+// struct named <table>Def.
+#define LLDP_MIB_TABLE(table)                                                                      \
     namespace {                                                                                    \
+    using table##Frame = ::LldpMibFrame::Table<table##Def>;                                        \
     netsnmp_variable_list* table##_get_first_data_point(void** loopContext, void** dataContext,    \
                                                         netsnmp_variable_list* indexVars,          \
                                                         netsnmp_iterator_info* info) {             \
-        return ::LldpMibFrame::Table<Def>::firstDataPoint(loopContext, dataContext, indexVars,     \
-                                                          info);                                   \
+        return table##Frame::firstDataPoint(loopContext, dataContext, indexVars, info);            \
     }                                                                                              \
     netsnmp_variable_list* table##_get_next_data_point(void** loopContext, void** dataContext,     \
                                                        netsnmp_variable_list* indexVars,           \
                                                        netsnmp_iterator_info* info) {              \
-        return ::LldpMibFrame::Table<Def>::nextDataPoint(loopContext, dataContext, indexVars,      \
-                                                         info);                                    \
+        return table##Frame::nextDataPoint(loopContext, dataContext, indexVars, info);             \
     }                                                                                              \
     void* table##_make_data_context(void* loopContext, netsnmp_iterator_info* info) {              \
-        return ::LldpMibFrame::Table<Def>::makeDataContext(loopContext, info);                     \
+        return table##Frame::makeDataContext(loopContext, info);                                   \
     }                                                                                              \
     void table##_free_data_context(void* dataContext, netsnmp_iterator_info* info) {               \
-        ::LldpMibFrame::Table<Def>::freeDataContext(dataContext, info);                            \
+        table##Frame::freeDataContext(dataContext, info);                                          \
     }                                                                                              \
     void table##_free_loop_context_at_end(void* loopContext, netsnmp_iterator_info* info) {        \
-        ::LldpMibFrame::Table<Def>::freeLoopContextAtEnd(loopContext, info);                       \
+        table##Frame::freeLoopContextAtEnd(loopContext, info);                                     \
     }                                                                                              \
     [[maybe_unused]] netsnmp_variable_list*                                                        \
         table##IterationHelper(void* loopContext, netsnmp_variable_list* indexVars) {              \
-        return ::LldpMibFrame::Table<Def>::iterationHelper(loopContext, indexVars);                \
+        return table##Frame::iterationHelper(loopContext, indexVars);                              \
     }                                                                                              \
     }                                                                                              \
     int table##_handler(netsnmp_mib_handler* handler, netsnmp_handler_registration* reg,           \
                         netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {     \
-        return ::LldpMibFrame::Table<Def>::handler(handler, reg, reqinfo, requests);               \
+        return table##Frame::handler(handler, reg, reqinfo, requests);                             \
     }                                                                                              \
     void initialize_table_##table(Zim::String8 context) {                                          \
-        ::LldpMibFrame::Table<Def>::initialize(                                                    \
-            context,                                                                               \
-            {table##_get_first_data_point, table##_get_next_data_point, table##_make_data_context, \
-             table##_free_data_context, table##_free_loop_context_at_end, table##_handler});       \
+        table##Frame::initialize(context,                                                          \
+                                 {table##_get_first_data_point, table##_get_next_data_point,       \
+                                  table##_make_data_context, table##_free_data_context,            \
+                                  table##_free_loop_context_at_end, table##_handler});             \
+    }
+
+// One module: its tables from its list, then init_<module> (the steps before the tables, then
+// every table in list order), unregister_<module>, and its announcement to the host at load.
+#define LLDP_MIB_INITIALIZE_TABLE(table) initialize_table_##table,
+#define LLDP_MIB_MODULE(moduleName, moduleOf, TABLES, ...)                                         \
+    TABLES(LLDP_MIB_TABLE)                                                                         \
+    int init_##moduleName(Zim::String8 context) {                                                  \
+        return moduleOf().initialize(                                                              \
+            context, {__VA_OPT__(__VA_ARGS__, ) TABLES(LLDP_MIB_INITIALIZE_TABLE)});               \
+    }                                                                                              \
+    void unregister_##moduleName(Zim::String8 context) {                                           \
+        moduleOf().unregister(context);                                                            \
+    }                                                                                              \
+    namespace {                                                                                    \
+    const ::LldpMibFrame::ModuleAnnouncement moduleName##Announcement(init_##moduleName);          \
     }

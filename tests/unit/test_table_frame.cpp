@@ -114,18 +114,23 @@ TEST_F(TableFrameTest, AHintNamingAnExistingRowStartsTheWalkThere) {
     endWalk();
 }
 
+TEST_F(TableFrameTest, AHintNamingAMissingRowStartsAtTheLeastGreaterRow) {
+    TraceCapture traces("Snmp=2");
+    Hint missing(3);
+    missing.timeTicks(0).integer(2).integer(9);
+    EXPECT_EQ(first(missing.info()), std::make_pair(3L, 7L));
+    EXPECT_TRUE(traces.has(
+        "lldpRemTable_get_first_data_point - key 'Value('Lldp::Snmp::RemoteSystem::Key', ** "
+        "{'ethPortId': 2, 'index': 9})' not found in table"));
+    EXPECT_TRUE(traces.has("hintMatched=0"));
+    endWalk();
+    Hint beyond(3);
+    beyond.timeTicks(0).integer(5).integer(2);
+    EXPECT_EQ(first(beyond.info()), std::make_pair(-1L, -1L)) << "past the last row";
+    endWalk();
+}
+
 TEST_F(TableFrameTest, UnusableHintsStartTheWalkAtTheFirstRow) {
-    {
-        TraceCapture traces("Snmp=2");
-        Hint missing(3);
-        missing.timeTicks(0).integer(2).integer(9);
-        EXPECT_EQ(first(missing.info()), std::make_pair(1L, 1L));
-        EXPECT_TRUE(traces.has(
-            "lldpRemTable_get_first_data_point - key 'Value('Lldp::Snmp::RemoteSystem::Key', ** "
-            "{'ethPortId': 2, 'index': 9})' not found in table"));
-        EXPECT_TRUE(traces.has("hintMatched=0"));
-        endWalk();
-    }
     {
         TraceCapture traces("Snmp=2");
         Hint partial(2);
@@ -155,6 +160,65 @@ TEST_F(TableFrameTest, UnusableHintsStartTheWalkAtTheFirstRow) {
             "EthPortId::value < EthPortId::min or > EthPortId::max not allowed"));
         endWalk();
     }
+}
+
+// The (subtype, address) a management-address row call answered with; (-1, "") for no row.
+std::pair<long, std::string> addressOf(netsnmp_variable_list* vars) {
+    if (!vars)
+        return {-1, ""};
+    const netsnmp_variable_list* address = vars;
+    while (address->next_variable)
+        address = address->next_variable;
+    const netsnmp_variable_list* subtype = vars;
+    while (subtype->next_variable != address)
+        subtype = subtype->next_variable;
+    return {*subtype->val.integer,
+            std::string(reinterpret_cast<const char*>(address->val.string), address->val_len)};
+}
+
+TEST_F(TableFrameTest, ManagementAddressHintsPositionOnTheRequestedOrNextAddress) {
+    netsnmp_iterator_info* table = iteratorOf({1, 0, 8802, 1, 1, 2, 1, 4, 2});
+    ASSERT_NE(table, nullptr);
+    const auto neighbour = Zim::makePtr<Lldp::RemoteSystem>("n", 1);
+    const std::string v4a("\xc0\x00\x02\x01", 4), v4b("\xc0\x00\x02\x09", 4);
+    const std::string v6(16, '\x20');
+    for (const auto& [subtype, address] : {std::pair{1, v4b}, {1, v4a}, {2, v6}, {1, v6}}) {
+        const Lldp::ManagementAddress::Key key(subtype, address);
+        root->remoteManagementAddressIs(Lldp::Snmp::RemoteManagementAddress{
+            {Interface::EthPortId(1), 1, key}, neighbour, {key, 2, 7, "1.3.6.1"}});
+    }
+    netsnmp_variable_list* indexVars = snmp_clone_varbind(table->indexes);
+    snmp_set_var_typed_integer(indexVars, ASN_TIMETICKS, 0);
+    auto walkFrom = [&](long subtype, const std::string& address) {
+        Hint hint(5);
+        hint.timeTicks(0).integer(1).integer(1).integer(subtype).octets(address);
+        void* walk = hint.info();
+        std::vector<std::pair<long, std::string>> rows;
+        rows.push_back(addressOf(table->get_first_data_point(&walk, &data, indexVars, table)));
+        while (rows.back().first != -1)
+            rows.push_back(addressOf(table->get_next_data_point(&walk, &data, indexVars, table)));
+        table->free_loop_context_at_end(walk, table);
+        rows.pop_back();
+        return rows;
+    };
+    using Rows = std::vector<std::pair<long, std::string>>;
+    {
+        TraceCapture traces("Snmp=2");
+        EXPECT_EQ(walkFrom(1, v4b), (Rows{{1, v4b}, {1, v6}, {2, v6}}));
+        EXPECT_TRUE(traces.has("hintMatched=1"));
+        EXPECT_TRUE(traces.has("hint component lldpRemManAddr is '\\xc0\\x00\\x02\\x09'"));
+    }
+    {
+        TraceCapture traces("Snmp=2");
+        // A shorter address orders before every longer one of its subtype.
+        EXPECT_EQ(walkFrom(1, std::string(3, '\xff')),
+                  (Rows{{1, v4a}, {1, v4b}, {1, v6}, {2, v6}}));
+        EXPECT_TRUE(traces.has("hintMatched=0"));
+    }
+    EXPECT_EQ(walkFrom(1, std::string(5, '\0')), (Rows{{1, v6}, {2, v6}}));
+    EXPECT_EQ(walkFrom(2, std::string(17, '\0')), Rows{});
+    snmp_free_varbind(indexVars);
+    root->remoteManagementAddressDelAll();
 }
 
 TEST_F(TableFrameTest, AWalkContinuesAtTheNextGreaterKeyAfterRowsAreRemoved) {
