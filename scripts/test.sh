@@ -41,6 +41,8 @@ phase() {
 # No registered tests counts as a failure: an empty run proves nothing.
 phase "install dependencies" bash scripts/install-deps.sh
 phase "build" bash scripts/build.sh
+# The package test checks this package rather than building one of its own.
+phase "package" bash scripts/package.sh
 phase "tests" ctest --test-dir build --output-on-failure --no-tests=error -j2
 
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
