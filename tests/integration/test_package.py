@@ -8,6 +8,7 @@ tests; run alone, this test makes it (or makes it again when the daemon is newer
 import json
 import os
 import platform
+import shutil
 import subprocess
 from pathlib import Path
 
@@ -116,3 +117,18 @@ def test_debian_snmpd_loads_the_unpacked_plug_in(unpacked, tmp_path):
         assert len(Snmp(snmpd.folder, snmpd.port).walk(LLDP)) > 100
     finally:
         assert snmpd.stop() == 0
+
+
+def test_systemd_accepts_the_packaged_unit_and_finds_its_man_pages(unpacked, tmp_path):
+    _, root = unpacked
+    analyze = shutil.which("systemd-analyze")
+    if analyze is None:
+        pytest.skip("systemd-analyze is not installed (scripts/install-deps.sh installs it)")
+    unit = (root / "usr/lib/systemd/system/lldp-snmpd.service").read_text()
+    assert "ExecStart=/usr/bin/lldp-snmpd $LLDP_SNMPD_OPTS" in unit
+    # Checked where it was unpacked: the daemon there, the man pages there (Documentation=).
+    copy = tmp_path / "lldp-snmpd.service"
+    copy.write_text(unit.replace("/usr/bin/lldp-snmpd", str(root / "usr/bin/lldp-snmpd")))
+    proc = subprocess.run([analyze, "verify", str(copy)], capture_output=True, text=True,
+                          env=dict(os.environ, MANPATH=str(root / "usr/share/man")))
+    assert proc.returncode == 0 and proc.stderr.strip() == "", proc.stderr
