@@ -5,6 +5,7 @@ when snmpd reads its configuration again or stops."""
 import copy
 import os
 import signal
+import time
 
 import pytest
 
@@ -22,12 +23,12 @@ def plugin():
     return path
 
 
-def start_snmpd(tmp_path, state, receiver_port):
+def start_snmpd(tmp_path, state, receiver_port, extra=""):
     state_path = tmp_path / "state.json"
     Snmp.write_state(state_path, state)
     conf = (RW_CONFIG + "dontLogTCPWrappersConnects yes\n"
             f"trap2sink udp:127.0.0.1:{receiver_port} public\n"
-            f"dlmod lldpsnmp {plugin()}\nlldpStateFile {state_path}\n")
+            f"dlmod lldpsnmp {plugin()}\nlldpStateFile {state_path}\n" + extra)
     snmpd = Background(tmp_path, "snmpd", conf, ["-m", "", "-M", "/dev/null"])
     snmpd.state_path, snmpd.snmp = state_path, Snmp(snmpd.folder, snmpd.port)
     return snmpd
@@ -94,5 +95,21 @@ def test_a_refused_state_file_is_reported_and_nothing_is_served(tmp_path, trap_r
         assert f"{snmpd.state_path}" in snmpd.log()
         assert snmpd.snmp.walk(entry(REM, 9)) == []
         assert snmpd.snmp.get_one((1, 3, 6, 1, 2, 1, 1, 3, 0)).type == "Timeticks"
+    finally:
+        assert snmpd.stop() == 0
+
+
+def test_snmpd_configuration_can_switch_the_notification_off(tmp_path, trap_receiver):
+    snmpd = start_snmpd(tmp_path, switch_state(), trap_receiver.port,
+                        "lldpNotification lldpRemTablesChange off\nlldpNotification bogus on\n")
+    try:
+        assert wait_until(lambda: "serving the LLDP MIBs" in snmpd.log()), snmpd.log()
+        assert "unknown notification 'bogus'" in snmpd.log()
+        changed = switch_state()
+        next(i for i in changed["interfaces"] if i.get("neighbors"))["neighbors"] = []
+        Snmp.write_state(snmpd.state_path, changed)
+        assert wait_until(lambda: "neighbours removed" in snmpd.log()), snmpd.log()
+        time.sleep(1.0)
+        assert notifications(trap_receiver, REM_TABLES_CHANGE) == []
     finally:
         assert snmpd.stop() == 0
