@@ -57,6 +57,14 @@ std::string defaultPersistentDir() {
     return {};
 }
 
+} // namespace
+
+std::string persistentDirOf(const AgentOptions& options) {
+    return options.persistentDir.empty() ? defaultPersistentDir() : options.persistentDir;
+}
+
+namespace {
+
 std::string joined(const std::vector<std::string>& items) {
     std::string out;
     for (const auto& item : items) {
@@ -92,8 +100,7 @@ void Agent::prepare() {
     // The configuration path holds only the agent's persistent state, so the system's and the
     // user's SNMP files are never read; the operator's file comes in as the optional one.
     privateDir_ = newPrivateDir();
-    std::string stateDir =
-        options_.persistentDir.empty() ? defaultPersistentDir() : options_.persistentDir;
+    std::string stateDir = persistentDirOf(options_);
     if (stateDir.empty()) {
         stateDir = privateDir_;
     } else {

@@ -29,6 +29,10 @@ inline constexpr const char* defaultListen = "udp:127.0.0.1:1161";
 // How often a subagent checks on its master, and retries while it has none.
 inline constexpr int agentxPingSeconds = 5;
 
+// Where the agent keeps its persistent state: the option, else the default; "" when only a
+// private directory (removed at exit) is left.
+std::string persistentDirOf(const AgentOptions& options);
+
 class Agent {
 public:
     explicit Agent(AgentOptions options);

@@ -1,4 +1,5 @@
 #include "host/CommandLine.h"
+#include "state/LldpdClient.h"
 
 #include "platform/zim/Trace.h"
 
@@ -22,9 +23,10 @@ namespace {
 constexpr const char* description =
     "lldp-snmpd serves the LLDP agent's state (LLDP-MIB, LLDP-EXT-DOT1-MIB, LLDP-EXT-DOT3-MIB)\n"
     "over SNMP, read-only: as a standalone agent (--listen) or as an AgentX subagent of a\n"
-    "running snmpd (--agentx). The state comes from a JSON file (--state), which is watched\n"
-    "and applied again whenever it changes; a file that fails to parse or validate is refused\n"
-    "whole and the state already served stays.";
+    "running snmpd (--agentx). The state comes from one of two sources: a JSON file (--state),\n"
+    "watched and applied again whenever it changes (a file that fails to parse or validate is\n"
+    "refused whole and the state already served stays), or a running lldpd (--lldpd), followed\n"
+    "live through its control socket.";
 
 constexpr const char* footer =
     "Access: with --config, the file's net-snmp directives (rocommunity, rouser, createUser,\n"
@@ -33,10 +35,15 @@ constexpr const char* footer =
     "configuration is read.\n"
     "Traces: --trace takes NAME[=LEVEL] items separated by commas (levels 0 to 9, '*' for\n"
     "every handle): Snmp (the MIB modules), LldpSnmp (the mirror and its notification),\n"
-    "LldpSnmpd (applying the state file), e.g. 'LldpSnmp=8,Snmp=2'. The ZIM_TRACE environment\n"
+    "LldpSnmpd (applying the state), e.g. 'LldpSnmp=8,Snmp=2'. The ZIM_TRACE environment\n"
     "variable does the same when --trace is not given.\n"
+    "lldpd: its control socket belongs to group _lldpd (mode 0660): run lldp-snmpd as root or\n"
+    "in that group. While lldpd is away the last state it gave stays served and lldp-snmpd\n"
+    "reconnects by itself. Interfaces are served under their ifIndex; one above 4094 gets a\n"
+    "free number below, logged (and kept in --persistent-dir). docs/lldpd-source.md maps every\n"
+    "object to what feeds it.\n"
     "Signals: SIGTERM or SIGINT unregister the MIB modules and exit 0; SIGHUP reads the state\n"
-    "file again; SIGUSR1 writes the recent-event ring (Jotlog) to the log.";
+    "file (or lldpd) again; SIGUSR1 writes the recent-event ring (Jotlog) to the log.";
 
 } // namespace
 
@@ -63,10 +70,19 @@ CommandLine parseCommandLine(int argc, char** argv) {
                    "net-snmp agent configuration: access, trap\nsinks, lldpNotification")
         ->type_name("FILE")
         ->check(CLI::ExistingFile.description(""));
-    app.add_option("--state", options.stateFile,
-                   "The LLDP agent's state as JSON (required;\nsee docs/state-format.md)")
-        ->type_name("FILE")
-        ->required();
+    auto* state = app.add_option("--state", options.stateFile,
+                                 "The LLDP agent's state as JSON\n(see docs/state-format.md)")
+                      ->type_name("FILE");
+    std::string lldpdSocket;
+    auto* lldpd =
+        app.add_option("--lldpd", lldpdSocket,
+                       std::string("Follow a running lldpd through its control\n"
+                                   "socket (default ") +
+                           lldpctl_get_default_transport() + "; group " + lldpdSocketGroup + ")")
+            ->type_name("[SOCKET]")
+            ->expected(0, 1);
+    app.add_flag("--dump-state", options.dumpState,
+                 "Print the state document the source gives\n(a state file for --state) and exit");
     app.add_option(
            "--persistent-dir", options.agent.persistentDir,
            "Keep net-snmp's persistent state (engine\nID, boots) here (default: $STATE_DIRECTORY,\n"
@@ -92,11 +108,18 @@ CommandLine parseCommandLine(int argc, char** argv) {
             throw CLI::ValidationError("--listen and --agentx",
                                        "a subagent answers through its master, not on its own");
         }
+        if (state->count() + lldpd->count() != 1) {
+            throw CLI::ValidationError("state source",
+                                       "give exactly one of --state FILE and --lldpd [SOCKET]");
+        }
     } catch (const CLI::ParseError& e) {
         // Help and version exit 0; every usage error exits 2, as the man page says.
         return {std::nullopt, app.exit(e) == 0 ? 0 : 2};
     }
     options.agent.agentx = agentx->count() > 0;
+    if (lldpd->count() > 0) {
+        options.lldpdSocket = lldpdSocket.empty() ? lldpctl_get_default_transport() : lldpdSocket;
+    }
 
     std::string source = "--trace";
     if (app.count("--trace") == 0) {

@@ -9,7 +9,10 @@ namespace LldpSnmpd {
 
 struct Options {
     AgentOptions agent;
+    // Exactly one source: the state file or lldpd's control socket.
     std::string stateFile;
+    std::optional<std::string> lldpdSocket;
+    bool dumpState = false;
 };
 
 struct CommandLine {

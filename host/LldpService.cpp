@@ -50,18 +50,27 @@ void sendQueuedNotifications() {
     Snmp::TrapManager::instance()->flush();
 }
 
-LldpService::LldpService(std::string stateFile)
-    : applier_(store_), stateFile_(std::move(stateFile), applier_) {}
+LldpService::LldpService(std::string stateFile) : applier_(store_) {
+    stateFile_.emplace(std::move(stateFile), applier_);
+}
+
+LldpService::LldpService(const Lldpd& lldpd)
+    : applier_(store_), portNumbers_(std::make_unique<PortNumbers>(lldpd.portNumbersFile)),
+      lldpd_(std::make_unique<LldpdSource>(lldpd.socket, *portNumbers_)) {}
 
 LldpService::~LldpService() {
     stop();
 }
 
 bool LldpService::start() {
-    if (!stateFile_.load()) {
-        return false;
+    if (lldpd_) {
+        lldpd_->start(applier_);
+    } else {
+        if (!stateFile_->load()) {
+            return false;
+        }
+        stateFile_->watch();
     }
-    stateFile_.watch();
 
     // The mirror follows the agent's entities from here on; the interfaces applied so far are
     // handed to it in port order.
@@ -83,18 +92,25 @@ void LldpService::stop() {
     }
     unregisterModules();
     sendQueuedNotifications();
+    lldpd_.reset();
     applier_.glueIs(nullptr);
     glue_.reset();
     lldpRootDel();
 }
 
 void LldpService::onReadable() {
-    stateFile_.onReadable();
+    if (stateFile_) {
+        stateFile_->onReadable();
+    }
     sendQueuedNotifications();
 }
 
 void LldpService::reload() {
-    stateFile_.load();
+    if (stateFile_) {
+        stateFile_->load();
+    } else if (lldpd_) {
+        lldpd_->refresh();
+    }
     sendQueuedNotifications();
 }
 

@@ -6,6 +6,8 @@
 #include "host/Log.h"
 #include "host/NotificationConfig.h"
 #include "host/SystemGroup.h"
+#include "state/StateParser.h"
+#include "state/StateWriter.h"
 
 #include "platform/snmp/Conversions.h"
 #include "platform/zim/Clock.h"
@@ -15,6 +17,7 @@
 
 #include <csignal>
 #include <exception>
+#include <iostream>
 #include <optional>
 #include <sstream>
 
@@ -33,28 +36,68 @@ void dumpJotlog() {
     }
 }
 
+// Numbers given to interfaces whose ifIndex no port number can hold are kept beside net-snmp's
+// persistent state, when the operator chose where that lives.
+std::string portNumbersFile(const Options& options) {
+    const std::string dir = persistentDirOf(options.agent);
+    return dir.empty() ? std::string() : dir + "/lldpd-port-numbers";
+}
+
+int dumpState(const Options& options) {
+    StateDoc doc;
+    if (options.lldpdSocket) {
+        PortNumbers numbers(portNumbersFile(options));
+        LldpdSource source(*options.lldpdSocket, numbers);
+        try {
+            doc = source.readOnce();
+        } catch (const LldpdError& e) {
+            logError(e.what());
+            return 1;
+        }
+    } else {
+        try {
+            doc = loadStateFile(options.stateFile);
+        } catch (const StateError& e) {
+            logError("refusing state file " + options.stateFile + ": " + e.path() + ": " +
+                     e.reason());
+            return 1;
+        }
+    }
+    std::cout << stateText(doc) << std::flush;
+    return 0;
+}
+
 int run(const Options& options) {
+    if (options.dumpState) {
+        return dumpState(options);
+    }
+
     // Handlers first: a stop requested while starting is honoured once the loop runs.
     EventLoop loop;
     declareDefaultNotifications();
     Agent agent(options.agent);
     agent.prepare();
 
-    LldpService service(options.stateFile);
-    if (!service.start()) {
+    // Exactly one source. A state file must be valid at start; lldpd may come later.
+    auto service = options.lldpdSocket ? std::make_unique<LldpService>(LldpService::Lldpd{
+                                             *options.lldpdSocket, portNumbersFile(options)})
+                                       : std::make_unique<LldpService>(options.stateFile);
+    if (!service->start()) {
         return 1;
     }
     std::optional<SystemGroup> systemGroup;
     if (!agent.isSubagent()) {
-        systemGroup.emplace(service.store().localSystem());
+        systemGroup.emplace(service->store().localSystem());
     }
     agent.start();
     Snmp::agentStartTimeIs(Zim::now());
     sd_notify(0, "READY=1");
 
     sendQueuedNotifications();
-    loop.readHandlerIs(service.fd(), [&] { service.onReadable(); });
-    loop.onHangupIs([&] { service.reload(); });
+    if (service->fd() >= 0) {
+        loop.readHandlerIs(service->fd(), [&] { service->onReadable(); });
+    }
+    loop.onHangupIs([&] { service->reload(); });
     loop.onUser1Is(dumpJotlog);
     loop.afterIterationIs([&] {
         sendQueuedNotifications();
@@ -64,7 +107,7 @@ int run(const Options& options) {
 
     logInfo(std::string("stopping on ") + (signal == SIGINT ? "SIGINT" : "SIGTERM"));
     sd_notify(0, "STOPPING=1");
-    service.stop();
+    service->stop();
     systemGroup.reset();
     agent.stop();
     return 0;

@@ -11,6 +11,7 @@ packages=(
     python3 python3-pytest
     pandoc man-db systemd python3-jsonschema
     procps iproute2
+    lldpd liblldpctl-dev
 )
 
 missing=()
@@ -44,8 +45,10 @@ echo "installing: ${missing[*]}"
 # Installing snmpd (and snmptrapd) starts system services on udp 161 (and 162). Our tests
 # and the run script never use those ports, but a system agent answering on the same host
 # only confuses anyone poking at it by hand, so stop and disable them. Their configuration
-# is left as Debian ships it (our tools always pass -m/-M explicitly).
-for svc in snmpd snmptrapd; do
+# is left as Debian ships it (our tools always pass -m/-M explicitly). lldpd likewise starts a
+# system lldpd that would send LLDPDUs on every interface; the tests run their own, each in a
+# network namespace with its own control socket.
+for svc in snmpd snmptrapd lldpd; do
     if [[ " ${missing[*]} " != *" $svc "* ]]; then
         continue
     fi

@@ -138,6 +138,53 @@ ApplySummary StateApplier::stateIs(const StateDoc& next) {
     return summary;
 }
 
+ApplySummary StateApplier::interfacesIs(const StateDoc& next,
+                                        const std::vector<Ifkit::IntfId>& changed) {
+    Jotlog::BlockTimer timer("StateApplier::interfacesIs");
+    const double now = Zim::now();
+    ApplySummary summary;
+
+    configIs(next.config);
+    localSystemIs(next.localSystem);
+    applied_.config = next.config;
+    applied_.localSystem = next.localSystem;
+
+    std::vector<const InterfaceDoc*> arriving;
+    for (const auto& name : changed) {
+        auto wanted = next.interfaces.find(name);
+        auto old = applied_.interfaces.find(name);
+        const bool keeps = wanted != next.interfaces.end() && old != applied_.interfaces.end() &&
+                           wanted->second.portNum == old->second.portNum;
+        if (old != applied_.interfaces.end() && !keeps) {
+            interfaceDel(old->second);
+            ++summary.interfacesRemoved;
+            summary.neighborsRemoved += old->second.neighbors.size();
+            applied_.interfaces.erase(old);
+        }
+        if (wanted != next.interfaces.end()) {
+            arriving.push_back(&wanted->second);
+        }
+    }
+    std::sort(arriving.begin(), arriving.end(),
+              [](const InterfaceDoc* a, const InterfaceDoc* b) { return a->portNum < b->portNum; });
+    for (const InterfaceDoc* intf : arriving) {
+        auto old = applied_.interfaces.find(intf->name);
+        if (old != applied_.interfaces.end()) {
+            interfaceIs(old->second, *intf, now, summary);
+            old->second = *intf;
+            continue;
+        }
+        newInterface(*intf, now);
+        ++summary.interfacesAdded;
+        summary.neighborsAdded += intf->neighbors.size();
+        applied_.interfaces.emplace(intf->name, *intf);
+    }
+
+    statusIs(next.status, summary, now);
+    applied_.status = next.status;
+    return summary;
+}
+
 std::vector<InterfaceEntities> StateApplier::interfacesByPort() const {
     std::vector<InterfaceEntities> out;
     out.reserve(interfaces_.size());

@@ -59,6 +59,9 @@ public:
     void glueIs(MirrorGlue* glue) noexcept { glue_ = glue; }
 
     ApplySummary stateIs(const StateDoc& next);
+    // As stateIs, for a source that knows which interfaces changed: only those named are
+    // compared (added, changed or removed as next has them); the others stay as applied.
+    ApplySummary interfacesIs(const StateDoc& next, const std::vector<Ifkit::IntfId>& changed);
 
     // The interfaces now applied, in port-number order.
     std::vector<InterfaceEntities> interfacesByPort() const;
