@@ -184,16 +184,20 @@ class Snmp:
 
 
 class Daemon(Snmp):
-    """One lldp-snmpd with a state file written from a dict (or text)."""
+    """One lldp-snmpd with a state file written from a dict (or text); with state None, the
+    source is in args (--lldpd SOCKET)."""
 
     def __init__(self, folder, state, config=None, args=(), env=None, agentx=None, listen=True,
                  binary=None):
         folder.mkdir(parents=True)
         super().__init__(folder, free_udp_port() if listen and agentx is None else None)
         self.state_path = folder / "state.json"
-        self.rewrite(state, atomically=False)
+        source = []
+        if state is not None:
+            self.rewrite(state, atomically=False)
+            source = ["--state", str(self.state_path)]
         self.config_path = folder / "lldp-snmpd.conf"
-        cmd = [binary or daemon_binary(), "--state", str(self.state_path), *args]
+        cmd = [binary or daemon_binary(), *source, *args]
         if config is not None:
             self.config_path.write_text(config)
             cmd += ["--config", str(self.config_path)]
