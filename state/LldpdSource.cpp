@@ -170,7 +170,9 @@ void LldpdSource::readPorts(const std::set<std::string>& names, bool all) {
     std::set<std::string> present;
     for (const auto& [name, atom] : interfaces) {
         present.insert(name);
-        if (!all && !names.contains(name)) {
+        // A port that failed is retried with the periodic refresh only: every event on it would
+        // otherwise make lldpd serialize (and the loop wait for) the same oversized reply.
+        if (!all && (!names.contains(name) || failingPorts_.contains(name))) {
             continue;
         }
         std::optional<LldpdPort> port;
