@@ -1,6 +1,7 @@
 #include "host/LldpGlue.h"
 
 #include "model/LldpSm.h"
+#include "model/LocalPortSm.h"
 #include "model/PortStatusSm.h"
 
 #include <any>
@@ -14,6 +15,7 @@ LldpGlue::LldpGlue(const StateStore& store) : root_(Lldp::Snmp::rootFactory("roo
 
 LldpGlue::~LldpGlue() {
     root_->portStatusSmDelAll();
+    root_->localPortSmDelAll();
     root_->lldpSmDel();
 }
 
@@ -26,6 +28,7 @@ void LldpGlue::interfaceIs(const Ifkit::IntfId& intf, Interface::EthPortId port,
     root_->portConfigIs(port, portConfig);
     root_->portStatusIs(port, portStatus);
     root_->localPortIs(port, localPort);
+    root_->localPortSmIs(port, localPort, root_);
     root_->portStatusSmIs(port, portStatus, root_);
     onLocalPort(intf, port);
 }
@@ -37,6 +40,10 @@ void LldpGlue::interfaceDel(const Ifkit::IntfId& intf, Interface::EthPortId port
         sm->invoke("doClose", {});
     }
     root_->portStatusSmDel(intf);
+    if (auto sm = root_->localPortSm(port)) {
+        sm->doClose();
+    }
+    root_->localPortSmDel(port);
     root_->portConfigDel(port);
     root_->portStatusDel(port);
     root_->localPortDel(port);

@@ -6,6 +6,7 @@
 #include "mib/LldpMIB.h"
 #include "mib/LldpXdot1MIB.h"
 #include "mib/LldpXdot3MIB.h"
+#include "mib/LldpXMedMIB.h"
 #include "platform/snmp/HandlerRegistration.h"
 #include "platform/snmp/TrapManager.h"
 
@@ -24,6 +25,7 @@ constexpr ModuleUnregister moduleUnregisters[] = {
     {"LldpMIB", unregister_LldpMIB},
     {"LldpXdot1MIB", unregister_LldpXdot1MIB},
     {"LldpXdot3MIB", unregister_LldpXdot3MIB},
+    {"LldpXMedMIB", unregister_LldpXMedMIB},
 };
 
 // Every module in every context it was initialised in; the set shrinks as they go.

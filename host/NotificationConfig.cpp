@@ -65,12 +65,13 @@ void releaseDirective() {
 
 void declareDefaultNotifications() {
     lldpGroup()->notificationIs("lldpRemTablesChange");
+    lldpGroup()->notificationIs("lldpXMedTopologyChangeDetected");
 }
 
 void registerNotificationDirective(std::string configFile) {
     configFileName() = std::move(configFile);
     snmpd_register_config_handler(directive, parseDirective, releaseDirective,
-                                  "NAME on|off (NAME: lldpRemTablesChange)");
+                                  "NAME on|off (NAME: lldpRemTablesChange, lldpXMedTopologyChangeDetected)");
 }
 
 } // namespace LldpSnmpd

@@ -2,11 +2,13 @@
 // The host's notification configuration: which notification groups exist, and the directive
 // with which an operator switches one off in the agent's configuration file:
 //     lldpNotification lldpRemTablesChange off
+//     lldpNotification lldpXMedTopologyChangeDetected off
 #include <string>
 
 namespace LldpSnmpd {
 
-// Declares group "lldp" with its notification "lldpRemTablesChange", switched on. The plug-in
+// Declares group "lldp" with its notifications "lldpRemTablesChange" and
+// "lldpXMedTopologyChangeDetected", switched on. The plug-in
 // refuses to run without it.
 void declareDefaultNotifications();
 

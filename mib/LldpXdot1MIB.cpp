@@ -1,6 +1,9 @@
-// LLDP-EXT-DOT1-MIB: two local tables and four neighbour tables on the shared table frame.
+// LLDP-EXT-DOT1-MIB: the local and configuration tables and four neighbour tables on the shared
+// table frame. The local member tables (protocol VLANs, VLAN names, protocol identities) are
+// AUGMENTed by configuration tables that say whether each member is sent.
 #include "mib/LldpXdot1MIB.h"
 
+#include "mib/MemberTables.h"
 #include "mib/TableFrame.h"
 
 using Lldp::Snmp::Root;
@@ -67,6 +70,127 @@ struct lldpXdot1LocTableDef : PortTable {
     static bool answer(ColumnAnswer& a, int, const Zim::Ptr<Lldp::Snmp::LocalPort>& row) {
         return a.integer("lldpXdot1LocPortVlanId", "portVlanId",
                          agentOrDefault(row->ptr()).portVlanId());
+    }
+};
+
+// The port and its member: (lldpLocPortNum, own index), and whether the member is sent.
+template <class Key> using LocalMemberTable = LldpMibFrame::LocalMemberTable<InXdot1, Key>;
+
+// Writable in the MIB (each has a setRefusal): a SET reaches the handler and is refused there.
+template <class Key> struct ConfigMemberTable : LocalMemberTable<Key> {
+    static constexpr unsigned columns[] = {1};
+};
+
+constexpr IndexObject protoVlanIndexes[] = {
+    {"lldpLocPortNum", ASN_INTEGER},
+    {"lldpXdot1LocProtoVlanId", ASN_INTEGER, LldpMibFrame::checkVlanIdOrNone}};
+constexpr IndexObject vlanNameIndexes[] = {
+    {"lldpLocPortNum", ASN_INTEGER},
+    {"lldpXdot1LocVlanId", ASN_INTEGER, LldpMibFrame::checkVlanId}};
+constexpr IndexObject protocolIndexes[] = {{"lldpLocPortNum", ASN_INTEGER},
+                                           {"lldpXdot1LocProtocolIndex", ASN_INTEGER}};
+
+struct ProtoVlanRows {
+    using Map = Root::LocalPortAndProtocolVlanMap;
+    static const Map& rows(const Root& root) { return root.localPortAndProtocolVlan(); }
+    static void writeIndexes(IndexWriter& w, const Lldp::Snmp::LocalPortAndProtocolVlanKey& key) {
+        w.integer("portNum", key.ethPortId.value());
+        w.integer("protoVlanId", key.sub.value());
+    }
+};
+struct VlanNameRows {
+    using Map = Root::LocalVlanNameMap;
+    static const Map& rows(const Root& root) { return root.localVlanName(); }
+    static void writeIndexes(IndexWriter& w, const Lldp::Snmp::LocalVlanNameKey& key) {
+        w.integer("portNum", key.ethPortId.value());
+        w.integer("vlanId", key.sub.value());
+    }
+};
+struct ProtocolRows {
+    using Map = Root::LocalProtocolIdentityInfoMap;
+    static const Map& rows(const Root& root) { return root.localProtocolIdentityInfo(); }
+    static void writeIndexes(IndexWriter& w, const Lldp::Snmp::LocalProtocolIdentityInfoKey& key) {
+        w.integer("portNum", key.ethPortId.value());
+        w.integer("protocolIndex", key.sub);
+    }
+};
+
+struct lldpXdot1ConfigVlanNameTableDef : ConfigMemberTable<Lldp::Snmp::LocalVlanNameKey>,
+                                         VlanNameRows {
+    static constexpr const char* name = "lldpXdot1ConfigVlanNameTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 1, 2};
+    static constexpr const IndexObject (&indexes)[2] = vlanNameIndexes;
+    static constexpr const char* setRefusal =
+        "lldpXdot1ConfigVlanNameTable_handler: SET is not configured for column "
+        "lldpXdot1ConfigVlanNameTxEnable";
+    static bool answer(ColumnAnswer& a, int, const Lldp::Snmp::LocalVlanName& row) {
+        return a.truthValue("lldpXdot1ConfigVlanNameTxEnable", "txEnable", row.rawValue.txEnable);
+    }
+};
+
+struct lldpXdot1ConfigProtoVlanTableDef
+    : ConfigMemberTable<Lldp::Snmp::LocalPortAndProtocolVlanKey>,
+      ProtoVlanRows {
+    static constexpr const char* name = "lldpXdot1ConfigProtoVlanTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 1, 3};
+    static constexpr const IndexObject (&indexes)[2] = protoVlanIndexes;
+    static constexpr const char* setRefusal =
+        "lldpXdot1ConfigProtoVlanTable_handler: SET is not configured for column "
+        "lldpXdot1ConfigProtoVlanTxEnable";
+    static bool answer(ColumnAnswer& a, int, const Lldp::Snmp::LocalPortAndProtocolVlan& row) {
+        return a.truthValue("lldpXdot1ConfigProtoVlanTxEnable", "txEnable", row.rawValue.txEnable);
+    }
+};
+
+struct lldpXdot1ConfigProtocolTableDef
+    : ConfigMemberTable<Lldp::Snmp::LocalProtocolIdentityInfoKey>,
+      ProtocolRows {
+    static constexpr const char* name = "lldpXdot1ConfigProtocolTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 1, 4};
+    static constexpr const IndexObject (&indexes)[2] = protocolIndexes;
+    static constexpr const char* setRefusal =
+        "lldpXdot1ConfigProtocolTable_handler: SET is not configured for column "
+        "lldpXdot1ConfigProtocolTxEnable";
+    static bool answer(ColumnAnswer& a, int, const Lldp::Snmp::LocalProtocolIdentityInfo& row) {
+        return a.truthValue("lldpXdot1ConfigProtocolTxEnable", "txEnable", row.rawValue.txEnable);
+    }
+};
+
+struct lldpXdot1LocProtoVlanTableDef : LocalMemberTable<Lldp::Snmp::LocalPortAndProtocolVlanKey>,
+                                       ProtoVlanRows {
+    static constexpr const char* name = "lldpXdot1LocProtoVlanTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 2, 2};
+    static constexpr const IndexObject (&indexes)[2] = protoVlanIndexes;
+    static constexpr unsigned columns[] = {2, 3};
+    static bool answer(ColumnAnswer& a, int column,
+                       const Lldp::Snmp::LocalPortAndProtocolVlan& row) {
+        const auto& vlan = row.rawValue.member;
+        if (column == 2)
+            return a.truthValue("lldpXdot1LocProtoVlanSupported", "supported", vlan.supported());
+        return a.truthValue("lldpXdot1LocProtoVlanEnabled", "enabled", vlan.enabled());
+    }
+};
+
+struct lldpXdot1LocVlanNameTableDef : LocalMemberTable<Lldp::Snmp::LocalVlanNameKey>, VlanNameRows {
+    static constexpr const char* name = "lldpXdot1LocVlanNameTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 2, 3};
+    static constexpr const IndexObject (&indexes)[2] = vlanNameIndexes;
+    static constexpr unsigned columns[] = {2};
+    static bool answer(ColumnAnswer& a, int, const Lldp::Snmp::LocalVlanName& row) {
+        return a.octets("lldpXdot1LocVlanName", "vlanName", row.rawValue.member.vlanName(),
+                        "BoundedString1024", 1024, 1024, 1, 32);
+    }
+};
+
+struct lldpXdot1LocProtocolTableDef : LocalMemberTable<Lldp::Snmp::LocalProtocolIdentityInfoKey>,
+                                      ProtocolRows {
+    static constexpr const char* name = "lldpXdot1LocProtocolTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 32962, 1, 2, 4};
+    static constexpr const IndexObject (&indexes)[2] = protocolIndexes;
+    static constexpr unsigned columns[] = {2};
+    static bool answer(ColumnAnswer& a, int, const Lldp::Snmp::LocalProtocolIdentityInfo& row) {
+        return a.octets("lldpXdot1LocProtocolId", "protocolId", row.rawValue.member.protocolId(),
+                        "BoundedString1024", 1024, 1024, 1, 255);
     }
 };
 

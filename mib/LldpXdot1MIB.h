@@ -6,7 +6,13 @@
 // The module's tables, each named once.
 #define LLDP_XDOT1_MIB_TABLES(X)                                                                   \
     X(lldpXdot1ConfigPortVlanTable)                                                                \
+    X(lldpXdot1ConfigVlanNameTable)                                                                \
+    X(lldpXdot1ConfigProtoVlanTable)                                                               \
+    X(lldpXdot1ConfigProtocolTable)                                                                \
     X(lldpXdot1LocTable)                                                                           \
+    X(lldpXdot1LocProtoVlanTable)                                                                  \
+    X(lldpXdot1LocVlanNameTable)                                                                   \
+    X(lldpXdot1LocProtocolTable)                                                                   \
     X(lldpXdot1RemTable)                                                                           \
     X(lldpXdot1RemProtoVlanTable)                                                                  \
     X(lldpXdot1RemVlanNameTable)                                                                   \

@@ -1,5 +1,6 @@
-// LLDP-EXT-DOT3-MIB: three local tables and four neighbour tables on the shared table frame. A
-// neighbour is listed in a remote table only while it sends that table's TLV.
+// LLDP-EXT-DOT3-MIB: five local tables and four neighbour tables on the shared table frame. A
+// neighbour is listed in a remote table only while it sends that table's TLV, and a local port
+// in the power table only while it has power via MDI.
 #include "mib/LldpXdot3MIB.h"
 
 #include "mib/TableFrame.h"
@@ -36,6 +37,70 @@ struct lldpXdot3PortConfigTableDef : PortTable {
                          "Dot3EnabledTlvsToAsnBits", 1024, [&](unsigned char* b, int n) {
                              return Dot3EnabledTlvsToAsnBits(c.dot3EnabledTlvs(), b, n);
                          });
+    }
+};
+
+struct lldpXdot3LocPortTableDef : PortTable {
+    static constexpr const char* name = "lldpXdot3LocPortTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 2, 1};
+    static constexpr IndexObject indexes[] = {{"lldpLocPortNum", ASN_INTEGER}};
+    static constexpr unsigned columns[] = {1, 2, 3, 4};
+    using Map = Root::LocalPortMap;
+    static const Map& rows(const Root& root) { return root.localPort(); }
+    static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::LocalPort>& row) {
+        const auto& macPhy = agentOrDefault(row->ptr()).macPhy();
+        switch (column) {
+        case 1:
+            return a.truthValue("lldpXdot3LocPortAutoNegSupported", "autoNegSupported",
+                                macPhy.autoNegSupported);
+        case 2:
+            return a.truthValue("lldpXdot3LocPortAutoNegEnabled", "autoNegEnabled",
+                                macPhy.autoNegEnabled);
+        case 3:
+            return a.encoded(
+                "lldpXdot3LocPortAutoNegAdvertisedCap", "autoNegAdvertisedCapAsU16",
+                "AutoNegAdvertisedCapAsU16ToAsnBits", 2,
+                [&](unsigned char* b, int n) {
+                    return AutoNegAdvertisedCapAsU16ToAsnBits(macPhy.autoNegAdvertisedCapAsU16, b,
+                                                              n);
+                },
+                2, 2);
+        default:
+            return a.integer("lldpXdot3LocPortOperMauType", "operMauType", macPhy.operMauType);
+        }
+    }
+};
+
+struct lldpXdot3LocPowerTableDef : PortTable {
+    static constexpr const char* name = "lldpXdot3LocPowerTable";
+    static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 2, 2};
+    static constexpr IndexObject indexes[] = {{"lldpLocPortNum", ASN_INTEGER}};
+    static constexpr unsigned columns[] = {1, 2, 3, 4, 5, 6};
+    using Map = Root::LocalPortMap;
+    static const Map& rows(const Root& root) { return root.localPort(); }
+    static bool keep(const Map::ConstIterator& it) {
+        const auto& row = it.value();
+        return row && row->ptr() && row->ptr()->power().has_value();
+    }
+    static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::LocalPort>& row) {
+        const auto power = agentOrDefault(row->ptr()).power().value_or(Lldp::PowerViaMdiInfo{});
+        switch (column) {
+        case 1:
+            return a.integer("lldpXdot3LocPowerPortClass", "powerPortClass", power.powerPortClass);
+        case 2:
+            return a.truthValue("lldpXdot3LocPowerMDISupported", "powerMdiSupported",
+                                power.powerMdiSupported);
+        case 3:
+            return a.truthValue("lldpXdot3LocPowerMDIEnabled", "powerMdiEnabled",
+                                power.powerMdiEnabled);
+        case 4:
+            return a.truthValue("lldpXdot3LocPowerPairControlable", "powerPairControllable",
+                                power.powerPairControllable);
+        case 5:
+            return a.integer("lldpXdot3LocPowerPairs", "powerPairs", power.powerPairs);
+        default:
+            return a.integer("lldpXdot3LocPowerClass", "powerClass", power.powerClass);
+        }
     }
 };
 

@@ -6,6 +6,8 @@
 // The module's tables, each named once.
 #define LLDP_XDOT3_MIB_TABLES(X)                                                                   \
     X(lldpXdot3PortConfigTable)                                                                    \
+    X(lldpXdot3LocPortTable)                                                                       \
+    X(lldpXdot3LocPowerTable)                                                                      \
     X(lldpXdot3LocLinkAggTable)                                                                    \
     X(lldpXdot3LocMaxFrameSizeTable)                                                               \
     X(lldpXdot3RemPortTable)                                                                       \

@@ -307,6 +307,27 @@ void LldpSm::handleLastChangeTime() {
     lastNotificationTimeIs(now);
 }
 
+void LldpSm::handleMedTopologyChange(const Zim::Ptr<const Lldp::RemoteSystem>& neighbour,
+                                     Interface::EthPortId port, int32_t index) {
+    ZIM_ASSERT(initialized());
+    const double now = Zim::now();
+    const int32_t interval = config_ ? config_->notificationInterval() : fixedNotificationInterval;
+    if (lastMedNotificationTime_ + interval > now) {
+        ZTRACE(trace(), 6,
+               "Suppressing lldpXMedTopologyChangeDetected notification at time "
+                   << std::to_string(now));
+        return;
+    }
+    const int err = ::Snmp::lldpXMedTopologyChangeDetectedNotify(*neighbour, port, index, "");
+    JOTLOG("Generated lldpXMedTopologyChangeDetected notification at time "
+           << std::to_string(now) << " err= " << err);
+    ZTRACE(trace(), 4,
+           "Generated lldpXMedTopologyChangeDetected notification at time " << std::to_string(now)
+                                                                            << ", err=" << err);
+    ZIM_ASSERT(err == (0));
+    lastMedNotificationTimeIs(now);
+}
+
 std::string LldpSm::strRep() const {
     return "Lldp::Snmp::LldpSm(" + (root_ ? root_->fullName() : std::string("None")) + ")";
 }

@@ -7,6 +7,7 @@
 #include "model/Root.h"
 #include "platform/lldp/Config.h"
 #include "platform/lldp/LocalSystem.h"
+#include "platform/lldp/RemoteSystem.h"
 #include "platform/lldp/Status.h"
 #include "platform/zim/Generic.h"
 #include "platform/zim/Ptr.h"
@@ -24,6 +25,12 @@ namespace Snmp {
 // queued or when the host has the notification switched off.
 int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops, uint32_t ageouts,
                               Zim::String8 context);
+
+// Builds one lldpXMedTopologyChangeDetected notification for the neighbour (port, index) and
+// hands it to the host's trap queue; 0 when queued or switched off.
+int lldpXMedTopologyChangeDetectedNotify(const Lldp::RemoteSystem& neighbour,
+                                         Interface::EthPortId port, int32_t index,
+                                         Zim::String8 context);
 
 } // namespace Snmp
 
@@ -114,6 +121,12 @@ public:
     // Told by whoever learns it that interface intfId has SNMP port number port.
     void handleLocalPort(const Ifkit::IntfId& intfId, Interface::EthPortId port);
     void handleLastChangeTime();
+    // A MED endpoint appeared on or left a port that notifies it: the notification goes out
+    // unless one went out less than the notification interval ago.
+    void handleMedTopologyChange(const Zim::Ptr<const Lldp::RemoteSystem>& neighbour,
+                                 Interface::EthPortId port, int32_t index);
+    double lastMedNotificationTime() const noexcept { return lastMedNotificationTime_; }
+    void lastMedNotificationTimeIs(double const& time) { lastMedNotificationTime_ = time; }
 
     std::string strRep() const override;
     // "manAddrPrio" and "lastNotificationTime".
@@ -137,6 +150,7 @@ private:
     Zim::Ptr<const Lldp::Config> config_;
     Root::Ptr root_;
     double lastNotificationTime_ = 0.0;
+    double lastMedNotificationTime_ = 0.0;
     std::unordered_map<ManagementAddress::Key, ManAddrPriority> manAddrPrio_;
     std::map<ManAddrPriority, ManagementAddress::Key> manAddr_;
     bool initialized_ = false;

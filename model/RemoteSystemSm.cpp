@@ -1,5 +1,6 @@
 #include "model/RemoteSystemSm.h"
 
+#include "model/LldpSm.h"
 #include "model/LldpSnmpTrace.h"
 #include "platform/zim/Assert.h"
 #include "platform/zim/Exception.h"
@@ -76,6 +77,26 @@ void RemoteSystemSm::ZimRemoteSystem::onProtocolIdentityInfo(const int32_t& id) 
     keep->handleProtocolIdentityInfo(id);
 }
 
+void RemoteSystemSm::ZimRemoteSystem::onMediaPolicy(const PolicyAppType& type) {
+    if (remoteSystemSm_)
+        RemoteSystemSm::Ptr(remoteSystemSm_)->handleMediaPolicy(type);
+}
+
+void RemoteSystemSm::ZimRemoteSystem::onLocation(const int32_t& subtype) {
+    if (remoteSystemSm_)
+        RemoteSystemSm::Ptr(remoteSystemSm_)->handleLocation(subtype);
+}
+
+void RemoteSystemSm::ZimRemoteSystem::onMedCapabilitiesTlvReceived() {
+    if (remoteSystemSm_)
+        RemoteSystemSm::Ptr(remoteSystemSm_)->handleMedEndpoint();
+}
+
+void RemoteSystemSm::ZimRemoteSystem::onMedDeviceClass() {
+    if (remoteSystemSm_)
+        RemoteSystemSm::Ptr(remoteSystemSm_)->handleMedEndpoint();
+}
+
 // --- the machine ---------------------------------------------------------------------------
 
 RemoteSystemSm::RemoteSystemSm(int32_t index, Interface::EthPortId ethPortId,
@@ -123,6 +144,63 @@ void RemoteSystemSm::handleInitialized() {
     for (const auto& [memberKey, member] : neighbour.protocolIdentityInfo()) {
         doAddProtocolIdentityInfo(*this, member);
     }
+    for (const auto& [memberKey, member] : neighbour.mediaPolicy())
+        doAddMediaPolicy(*this, member);
+    for (const auto& [memberKey, member] : neighbour.location())
+        doAddLocation(*this, member);
+    handleMedEndpoint();
+}
+
+void RemoteSystemSm::handleMediaPolicy(PolicyAppType type) {
+    ZIM_ASSERT(initialized());
+    handlerTrace(*this, "handleMediaPolicy", [&] { return Lldp::valueToStrep(type); });
+    if (const auto* member = remoteSystem()->mediaPolicy().find(type)) {
+        doAddMediaPolicy(*this, *member);
+    } else {
+        doRemoveMediaPolicy(*this, type);
+    }
+}
+
+void RemoteSystemSm::handleLocation(int32_t subtype) {
+    ZIM_ASSERT(initialized());
+    handlerTrace(*this, "handleLocation", [&] { return std::to_string(subtype); });
+    if (const auto* member = remoteSystem()->location().find(subtype)) {
+        doAddLocation(*this, *member);
+    } else {
+        doRemoveLocation(*this, subtype);
+    }
+}
+
+namespace {
+
+bool isMedEndpoint(const Lldp::RemoteSystem& neighbour) {
+    return neighbour.medCapabilitiesTlvReceived() && neighbour.medDeviceClass() >= 1 &&
+           neighbour.medDeviceClass() <= 3;
+}
+
+// Tells the top machine of a MED endpoint that appeared on or left the port, when the port
+// has MED notifications switched on.
+void medTopologyChanged(const RemoteSystemSm& sm) {
+    const auto& root = sm.root();
+    const auto portConfig = root->portConfig(sm.ethPortId());
+    if (!portConfig || !portConfig->ptr() || !portConfig->ptr()->medNotifEnable()) {
+        ZTRACE(trace(), 4,
+               "No lldpXMedTopologyChangeDetected for " << valueToStrep(sm.key())
+                                                        << ": not enabled on the port");
+        return;
+    }
+    if (const auto& lldpSm = root->lldpSm())
+        lldpSm->handleMedTopologyChange(sm.remoteSystem(), sm.ethPortId(), sm.index());
+}
+
+} // namespace
+
+void RemoteSystemSm::handleMedEndpoint() {
+    const bool endpoint = isMedEndpoint(*remoteSystem());
+    if (endpoint == medEndpoint_)
+        return;
+    medEndpoint_ = endpoint;
+    medTopologyChanged(*this);
 }
 
 void RemoteSystemSm::handleManagementAddress(const ManagementAddress::Key& key) {
@@ -209,6 +287,15 @@ void RemoteSystemSm::doClose() {
     for (const auto& [memberKey, member] : neighbour.protocolIdentityInfo()) {
         doRemoveProtocolIdentityInfo(*this, member.index());
     }
+    for (const auto& [memberKey, member] : neighbour.mediaPolicy())
+        doRemoveMediaPolicy(*this, member.appType);
+    for (const auto& [memberKey, member] : neighbour.location())
+        doRemoveLocation(*this, member.subtype());
+    // The endpoint leaves the port with its rows.
+    if (medEndpoint_) {
+        medEndpoint_ = false;
+        medTopologyChanged(*this);
+    }
 }
 
 std::string RemoteSystemSm::strRep() const {
@@ -261,6 +348,30 @@ void doAddProtocolIdentityInfo(RemoteSystemSm& sm, const ProtocolIdentityInfo& m
     rowTrace("Adding", "ProtocolIdentityInfo", key);
     sm.root()->remoteProtocolIdentityInfoIs(
         RemoteProtocolIdentityInfo{key, sm.remoteSystem(), member});
+}
+
+void doAddMediaPolicy(RemoteSystemSm& sm, const MediaPolicy& member) {
+    const RemoteMediaPolicyKey key(sm.ethPortId(), sm.index(), member.appType);
+    rowTrace("Adding", "MediaPolicy", key);
+    sm.root()->remoteMediaPolicyIs(RemoteMediaPolicy{key, sm.remoteSystem(), member});
+}
+
+void doAddLocation(RemoteSystemSm& sm, const MedLocation& member) {
+    const RemoteLocationKey key(sm.ethPortId(), sm.index(), member.subtype());
+    rowTrace("Adding", "Location", key);
+    sm.root()->remoteLocationIs(RemoteLocation{key, sm.remoteSystem(), member});
+}
+
+void doRemoveMediaPolicy(RemoteSystemSm& sm, PolicyAppType type) {
+    const RemoteMediaPolicyKey key(sm.ethPortId(), sm.index(), type);
+    rowTrace("Removing", "MediaPolicy", key);
+    sm.root()->remoteMediaPolicyDel(key);
+}
+
+void doRemoveLocation(RemoteSystemSm& sm, int32_t subtype) {
+    const RemoteLocationKey key(sm.ethPortId(), sm.index(), subtype);
+    rowTrace("Removing", "Location", key);
+    sm.root()->remoteLocationDel(key);
 }
 
 void doRemoveManagementAddress(RemoteSystemSm& sm, const ManagementAddress::Key& memberKey) {

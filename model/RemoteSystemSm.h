@@ -34,6 +34,10 @@ public:
         void onPortAndProtocolVlan(const Bridging::VlanIdOrNone& vlan) override;
         void onVlanName(const Bridging::VlanId& vlan) override;
         void onProtocolIdentityInfo(const int32_t& id) override;
+        void onMediaPolicy(const PolicyAppType& type) override;
+        void onLocation(const int32_t& subtype) override;
+        void onMedCapabilitiesTlvReceived() override;
+        void onMedDeviceClass() override;
 
     private:
         RemoteSystemSm* remoteSystemSm_; // the owner, which outlives its reactor
@@ -67,6 +71,12 @@ public:
     void handlePortAndProtocolVlan(Bridging::VlanIdOrNone vlan);
     void handleVlanName(Bridging::VlanId vlan);
     void handleProtocolIdentityInfo(int32_t id);
+    void handleMediaPolicy(PolicyAppType type);
+    void handleLocation(int32_t subtype);
+    // The neighbour became, or stopped being, a MED endpoint: the port may have to say so.
+    void handleMedEndpoint();
+    // Whether the neighbour is a MED endpoint (it sends MED capabilities, device class 1..3).
+    bool medEndpoint() const noexcept { return medEndpoint_; }
     // Removes every sub-row of the neighbour from the root.
     void doClose();
 
@@ -81,6 +91,7 @@ private:
     Root::Ptr root_;
     bool initialized_ = false;
     bool hasNotificationActive_ = false;
+    bool medEndpoint_ = false;
 };
 
 // Each add builds the whole row again from the agent's member and stores it over any row of the
@@ -91,6 +102,10 @@ void doAddUnknownOrgDefTlv(RemoteSystemSm& sm, const UnknownOrgDefTlv& member);
 void doAddPortAndProtocolVlan(RemoteSystemSm& sm, const PortAndProtocolVlan& member);
 void doAddVlanName(RemoteSystemSm& sm, const VlanName& member);
 void doAddProtocolIdentityInfo(RemoteSystemSm& sm, const ProtocolIdentityInfo& member);
+void doAddMediaPolicy(RemoteSystemSm& sm, const MediaPolicy& member);
+void doAddLocation(RemoteSystemSm& sm, const MedLocation& member);
+void doRemoveMediaPolicy(RemoteSystemSm& sm, PolicyAppType type);
+void doRemoveLocation(RemoteSystemSm& sm, int32_t subtype);
 void doRemoveManagementAddress(RemoteSystemSm& sm, const ManagementAddress::Key& key);
 void doRemoveUnknownTlv(RemoteSystemSm& sm, uint32_t type);
 void doRemoveUnknownOrgDefTlv(RemoteSystemSm& sm, const UnknownOrgDefTlv::Key& key);

@@ -1,6 +1,7 @@
 #include "model/Root.h"
 
 #include "model/LldpSm.h"
+#include "model/LocalPortSm.h"
 #include "model/PortStatusSm.h"
 #include "model/RemoteSystemSm.h"
 #include "platform/zim/Exception.h"
@@ -41,6 +42,7 @@ Root::Ptr rootFactory(Zim::String8 name) {
 Root::~Root() {
     lldpSmDel();
     portStatusSmDelAll();
+    localPortSmDelAll();
     detachEntityRows(*portConfig_);
     detachEntityRows(*portStatus_);
     detachEntityRows(*localPort_);
@@ -52,6 +54,13 @@ Root::~Root() {
     detachValueRows(*remotePortAndProtocolVlan_);
     detachValueRows(*remoteVlanName_);
     detachValueRows(*remoteProtocolIdentityInfo_);
+    detachValueRows(*remoteMediaPolicy_);
+    detachValueRows(*remoteLocation_);
+    detachValueRows(*localPortAndProtocolVlan_);
+    detachValueRows(*localVlanName_);
+    detachValueRows(*localProtocolIdentityInfo_);
+    detachValueRows(*localMediaPolicy_);
+    detachValueRows(*localLocation_);
 }
 
 void Root::throwEntityRowInUse(const Zim::String8& rowName, const void* current,
@@ -152,6 +161,40 @@ void Root::portStatusSmDel(const Ifkit::IntfId& intf) {
 
 void Root::portStatusSmDelAll() {
     portStatusSm_.clear();
+}
+
+Zim::Ptr<LocalPortSm> Root::localPortSm(Interface::EthPortId port) const {
+    const auto* machine = localPortSm_.find(port);
+    return machine ? *machine : Zim::Ptr<LocalPortSm>();
+}
+
+Zim::Ptr<LocalPortSm> Root::localPortSmIs(Interface::EthPortId port,
+                                          const Zim::Ptr<const Lldp::LocalPort>& localPort,
+                                          const Ptr& root) {
+    requirePointer(localPort.get());
+    requirePointer(root.get());
+    if (auto existing = localPortSm(port)) {
+        if (existing->localPort() != localPort) {
+            throwPointerInterfaceInUse("_localPort", pointerText(localPort.get()),
+                                       pointerText(existing->localPort().get()));
+        }
+        if (existing->root() != root) {
+            throwPointerInterfaceInUse("_root", pointerText(root.get()),
+                                       pointerText(existing->root().get()));
+        }
+        return existing;
+    }
+    auto machine = Zim::makePtr<LocalPortSm>(port, localPort, root);
+    localPortSm_.set(port, machine);
+    return machine;
+}
+
+void Root::localPortSmDel(Interface::EthPortId port) {
+    localPortSm_.erase(port);
+}
+
+void Root::localPortSmDelAll() {
+    localPortSm_.clear();
 }
 
 // --- the top state machine -------------------------------------------------------------------

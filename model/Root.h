@@ -11,6 +11,7 @@
 namespace Lldp::Snmp {
 
 class LldpSm;
+class LocalPortSm;
 class PortStatusSm;
 
 // What both families share: delete by key and by iterator, delete all, the per-key notification
@@ -90,6 +91,13 @@ public:
         virtual void onRemotePortAndProtocolVlan(const RemotePortAndProtocolVlanKey&) {}
         virtual void onRemoteVlanName(const RemoteVlanNameKey&) {}
         virtual void onRemoteProtocolIdentityInfo(const RemoteProtocolIdentityInfoKey&) {}
+        virtual void onRemoteMediaPolicy(const RemoteMediaPolicyKey&) {}
+        virtual void onRemoteLocation(const RemoteLocationKey&) {}
+        virtual void onLocalPortAndProtocolVlan(const LocalPortAndProtocolVlanKey&) {}
+        virtual void onLocalVlanName(const LocalVlanNameKey&) {}
+        virtual void onLocalProtocolIdentityInfo(const LocalProtocolIdentityInfoKey&) {}
+        virtual void onLocalMediaPolicy(const LocalMediaPolicyKey&) {}
+        virtual void onLocalLocation(const LocalLocationKey&) {}
     };
 
     static Ptr RootIs(Zim::String8 name);
@@ -125,6 +133,18 @@ public:
                                           const Ptr& root);
     void portStatusSmDel(const Ifkit::IntfId& intf);
     void portStatusSmDelAll();
+
+    // One LocalPortSm per local port, keyed by its port number.
+    const Zim::HashMap<Interface::EthPortId, Zim::Ptr<LocalPortSm>>& localPortSm() const noexcept {
+        return localPortSm_;
+    }
+    Zim::Ptr<LocalPortSm> localPortSm(Interface::EthPortId port) const;
+    // Returns the existing machine when its parameters are the same; refuses different ones.
+    Zim::Ptr<LocalPortSm> localPortSmIs(Interface::EthPortId port,
+                                        const Zim::Ptr<const Lldp::LocalPort>& localPort,
+                                        const Ptr& root);
+    void localPortSmDel(Interface::EthPortId port);
+    void localPortSmDelAll();
 
     const Zim::Ptr<LldpSm>& lldpSm() const noexcept { return lldpSm_; }
     Zim::Ptr<LldpSm> newLldpSm(const Zim::Ptr<const Lldp::AllStatus>& status,
@@ -181,6 +201,16 @@ private:
     LLDP_SNMP_VALUE_ROWS(RemoteVlanName, remoteVlanName, RemoteVlanName)
     LLDP_SNMP_VALUE_ROWS(RemoteProtocolIdentityInfo, remoteProtocolIdentityInfo,
                          RemoteProtocolIdentityInfo)
+    LLDP_SNMP_VALUE_ROWS(RemoteMediaPolicy, remoteMediaPolicy, RemoteMediaPolicy)
+    LLDP_SNMP_VALUE_ROWS(RemoteLocation, remoteLocation, RemoteLocation)
+    LLDP_SNMP_VALUE_ROWS(LocalPortAndProtocolVlan, localPortAndProtocolVlan,
+                         LocalPortAndProtocolVlan)
+    LLDP_SNMP_VALUE_ROWS(LocalVlanName, localVlanName, LocalVlanName)
+    LLDP_SNMP_VALUE_ROWS(LocalProtocolIdentityInfo, localProtocolIdentityInfo,
+                         LocalProtocolIdentityInfo)
+    LLDP_SNMP_VALUE_ROWS(LocalMediaPolicy, localMediaPolicy, LocalMediaPolicy)
+    LLDP_SNMP_VALUE_ROWS(LocalLocation, localLocation, LocalLocation)
+    Zim::HashMap<Interface::EthPortId, Zim::Ptr<LocalPortSm>> localPortSm_;
     Zim::HashMap<Ifkit::IntfId, Zim::Ptr<PortStatusSm>> portStatusSm_;
     Zim::Ptr<LldpSm> lldpSm_;
 };

@@ -2,6 +2,7 @@
 // The rows of the mirror. Entity rows refer to the LLDP agent's entity (shared, never copied)
 // and are read through it at request time; value rows copy a neighbour's sub-table member.
 #include "model/RemoteKeys.h"
+#include "model/SubKeys.h"
 #include "platform/lldp/Config.h"
 #include "platform/lldp/LocalSystem.h"
 #include "platform/lldp/RemoteSystem.h"
@@ -135,6 +136,45 @@ using RemotePortAndProtocolVlan =
 using RemoteVlanName = ValueRow<RemoteVlanNameKey, VlanName, remoteVlanNameName>;
 using RemoteProtocolIdentityInfo =
     ValueRow<RemoteProtocolIdentityInfoKey, ProtocolIdentityInfo, remoteProtocolIdentityInfoName>;
+
+inline constexpr char remoteMediaPolicyName[] = "Lldp::Snmp::RemoteMediaPolicy";
+inline constexpr char remoteLocationName[] = "Lldp::Snmp::RemoteLocation";
+using RemoteMediaPolicy = ValueRow<RemoteMediaPolicyKey, MediaPolicy, remoteMediaPolicyName>;
+using RemoteLocation = ValueRow<RemoteLocationKey, MedLocation, remoteLocationName>;
+
+// A copied member of one local port: the key and the member's value.
+template <class K, class Raw, const char* TypeName> struct LocalValueRow {
+    using Key = K;
+    using RawValue = Raw;
+    static constexpr const char* typeName = TypeName;
+
+    K key;
+    Raw rawValue;
+
+    friend bool operator==(const LocalValueRow&, const LocalValueRow&) = default;
+};
+
+inline constexpr char localPortAndProtocolVlanName[] = "Lldp::Snmp::LocalPortAndProtocolVlan";
+inline constexpr char localVlanNameName[] = "Lldp::Snmp::LocalVlanName";
+inline constexpr char localProtocolIdentityInfoName[] = "Lldp::Snmp::LocalProtocolIdentityInfo";
+inline constexpr char localMediaPolicyName[] = "Lldp::Snmp::LocalMediaPolicy";
+inline constexpr char localLocationName[] = "Lldp::Snmp::LocalLocation";
+
+using LocalPortAndProtocolVlan = LocalValueRow<LocalPortAndProtocolVlanKey,
+                                               TxEnabled<PortAndProtocolVlan>,
+                                               localPortAndProtocolVlanName>;
+using LocalVlanName = LocalValueRow<LocalVlanNameKey, TxEnabled<VlanName>, localVlanNameName>;
+using LocalProtocolIdentityInfo =
+    LocalValueRow<LocalProtocolIdentityInfoKey, TxEnabled<ProtocolIdentityInfo>,
+                  localProtocolIdentityInfoName>;
+using LocalMediaPolicy = LocalValueRow<LocalMediaPolicyKey, MediaPolicy, localMediaPolicyName>;
+using LocalLocation = LocalValueRow<LocalLocationKey, MedLocation, localLocationName>;
+
+template <class K, class Raw, const char* TypeName>
+std::string valueToStrep(const LocalValueRow<K, Raw, TypeName>& row) {
+    return std::string("Value('") + TypeName + "', ** {'key': " + valueToStrep(row.key) +
+           ", 'rawValue': " + Lldp::valueToStrep(row.rawValue) + "})";
+}
 
 // "Value('Lldp::Snmp::RemoteVlanName', ** {'key': ..., 'ptr': ..., 'rawValue': ...})".
 template <class K, class Raw, const char* TypeName>

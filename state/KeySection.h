@@ -196,4 +196,45 @@ private:
     std::vector<Setter> setters_;
 };
 
+// --- lists and optional objects -----------------------------------------------------------
+
+inline KeyInfo listInfo(std::string name, const SectionInfo& items, std::string description) {
+    return {std::move(name),
+            false,
+            "list of `" + items.name() + "`",
+            "`[]`",
+            std::move(description),
+            {{"type", "array"}, {"items", items.schema()}}};
+}
+
+// Reads every element of a list with the items' section and hands it to insert(item, path).
+template <class Item, class Entity, class Insert>
+void readList(const Json& j, const std::string& path, const Section<Item, Entity>& items,
+              Insert&& insert) {
+    array(j, path);
+    for (size_t i = 0; i < j.size(); ++i) {
+        auto itemPath = element(path, i);
+        insert(items.read(j[i], itemPath), itemPath);
+    }
+}
+
+// Reads an object that is there exactly when the neighbour sent that TLV.
+template <class Doc, class T>
+typename Section<Doc>::Reader optionalObject(std::optional<T> Doc::*member,
+                                             const Section<T>& section) {
+    return [member, &section](const Json& j, const std::string& path, Doc& doc) {
+        doc.*member = section.read(j, path);
+    };
+}
+
+// A key whose object is there exactly when the neighbour sent that TLV.
+inline KeyInfo objectInfo(std::string name, const SectionInfo& section, std::string description) {
+    return {std::move(name),
+            false,
+            "object (`" + section.name() + "`)",
+            "not received",
+            std::move(description),
+            section.schema()};
+}
+
 } // namespace LldpSnmpd

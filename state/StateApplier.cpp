@@ -49,6 +49,64 @@ void optionalTlv(const std::optional<T>& value, SetValue&& setValue, SetFlag&& s
     }
 }
 
+// The MED TLVs of a neighbour. The capabilities' received flag rises last and falls first, so
+// that whoever sees it set (the topology notification) sees the device class that came with it.
+void fillRemoteMed(Lldp::RemoteSystem& rs, const std::optional<NeighborMedDoc>& doc) {
+    static const NeighborMedDoc none;
+    const NeighborMedDoc& med = doc ? *doc : none;
+    if (!doc) {
+        rs.medCapabilitiesTlvReceivedIs(false);
+    }
+    rs.medCapSupportedIs(med.capSupported);
+    rs.medCapCurrentIs(med.capCurrent);
+    rs.medDeviceClassIs(med.deviceClass);
+    optionalTlv(
+        med.inventory, [&](const Lldp::MedInventory& v) { rs.medInventoryIs(v); },
+        [&](bool f) { rs.medInventoryTlvReceivedIs(f); });
+    optionalTlv(
+        med.power, [&](const Lldp::MedExtendedPower& v) { rs.medPowerIs(v); },
+        [&](bool f) { rs.medPowerTlvReceivedIs(f); });
+    syncMembers(
+        rs.mediaPolicy(), med.policies,
+        [&](const auto& k, const auto& v) { rs.mediaPolicyIs(k, v); },
+        [&](const auto& k) { rs.mediaPolicyDel(k); });
+    syncMembers(
+        rs.location(), med.locations, [&](const auto& k, const auto& v) { rs.locationIs(k, v); },
+        [&](const auto& k) { rs.locationDel(k); });
+    if (doc) {
+        rs.medCapabilitiesTlvReceivedIs(true);
+    }
+}
+
+// The port's 802.1 members and LLDP-MED policies and locations; the MED port configuration
+// is stated with the port's other MED objects but belongs to the port configuration.
+void fillLocalPortMembers(Lldp::LocalPort& lp, Lldp::PortConfig& pc, const LocalPortDoc& doc) {
+    pc.medCapSupportedIs(doc.med.capSupported);
+    pc.medTlvsTxEnableIs(doc.med.tlvsTxEnable);
+    pc.medNotifEnableIs(doc.med.notifEnable);
+    lp.macPhyIs(doc.macPhy);
+    lp.powerIs(doc.power);
+    lp.medPsePortPowerIs(doc.med.psePower);
+    syncMembers(
+        lp.portAndProtocolVlan(), doc.protoVlans,
+        [&](const auto& k, const auto& v) { lp.portAndProtocolVlanIs(k, v); },
+        [&](const auto& k) { lp.portAndProtocolVlanDel(k); });
+    syncMembers(
+        lp.vlanName(), doc.vlanNames, [&](const auto& k, const auto& v) { lp.vlanNameIs(k, v); },
+        [&](const auto& k) { lp.vlanNameDel(k); });
+    syncMembers(
+        lp.protocolIdentityInfo(), doc.protocols,
+        [&](const auto& k, const auto& v) { lp.protocolIdentityInfoIs(k, v); },
+        [&](const auto& k) { lp.protocolIdentityInfoDel(k); });
+    syncMembers(
+        lp.mediaPolicy(), doc.med.policies,
+        [&](const auto& k, const auto& v) { lp.mediaPolicyIs(k, v); },
+        [&](const auto& k) { lp.mediaPolicyDel(k); });
+    syncMembers(
+        lp.location(), doc.med.locations, [&](const auto& k, const auto& v) { lp.locationIs(k, v); },
+        [&](const auto& k) { lp.locationDel(k); });
+}
+
 void fillRemoteSystem(Lldp::RemoteSystem& rs, const NeighborDoc& doc) {
     neighborKeys().apply(doc, rs);
 
@@ -95,6 +153,7 @@ void fillRemoteSystem(Lldp::RemoteSystem& rs, const NeighborDoc& doc) {
         rs.protocolIdentityInfo(), doc.protocols,
         [&](const auto& k, const auto& v) { rs.protocolIdentityInfoIs(k, v); },
         [&](const auto& k) { rs.protocolIdentityInfoDel(k); });
+    fillRemoteMed(rs, doc.med);
 }
 
 } // namespace
@@ -203,6 +262,10 @@ void StateApplier::configIs(const ConfigDoc& doc) {
 
 void StateApplier::localSystemIs(const LocalSystemDoc& doc) {
     localSystemKeys().apply(doc, *store_.localSystem());
+    auto& local = *store_.localSystem();
+    local.medDeviceClassIs(doc.med.deviceClass);
+    local.medInventoryIs(doc.med.inventory);
+    local.medPowerIs(doc.med.power);
     localManagementAddressesIs(doc);
 }
 
@@ -264,6 +327,7 @@ void StateApplier::newInterface(const InterfaceDoc& doc, double now) {
     e.localPort->parentIs(store_.localSystem().get());
     portConfigKeys().apply(doc.config, *e.portConfig);
     localPortKeys().apply(doc.local, *e.localPort);
+    fillLocalPortMembers(*e.localPort, *e.portConfig, doc.local);
     statisticsKeys().apply(doc.statistics, *e.portStatus);
     for (const auto& [index, neighbor] : doc.neighbors) {
         e.portStatus->remoteSystemIs(index, newRemoteSystem(neighbor, *e.portStatus, now));
@@ -296,6 +360,7 @@ void StateApplier::interfaceIs(const InterfaceDoc& old, const InterfaceDoc& next
     const auto& e = interfaces_.at(next.name);
     portConfigKeys().apply(next.config, *e.portConfig);
     localPortKeys().apply(next.local, *e.localPort);
+    fillLocalPortMembers(*e.localPort, *e.portConfig, next.local);
     statisticsKeys().apply(next.statistics, *e.portStatus);
 
     auto& ps = *e.portStatus;

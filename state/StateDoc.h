@@ -19,6 +19,18 @@ struct LinkAggDoc {
     friend bool operator==(const LinkAggDoc&, const LinkAggDoc&) = default;
 };
 
+// The LLDP-MED TLVs of a neighbour; present exactly when it sent the capabilities TLV.
+struct NeighborMedDoc {
+    Lldp::MedCapabilities capSupported;
+    Lldp::MedCapabilities capCurrent;
+    int32_t deviceClass = 0;
+    std::map<Lldp::PolicyAppType, Lldp::MediaPolicy> policies;
+    std::optional<Lldp::MedInventory> inventory;
+    std::map<int32_t, Lldp::MedLocation> locations; // by subtype
+    std::optional<Lldp::MedExtendedPower> power;
+    friend bool operator==(const NeighborMedDoc&, const NeighborMedDoc&) = default;
+};
+
 struct NeighborDoc {
     int32_t index = 0;
     // Absent: the daemon keeps the time of the neighbour's last real change itself.
@@ -44,6 +56,7 @@ struct NeighborDoc {
     std::optional<Lldp::PowerViaMdiInfo> power;
     std::optional<LinkAggDoc> linkAgg;
     std::optional<int32_t> maxFrameSize;
+    std::optional<NeighborMedDoc> med;
 
     friend bool operator==(const NeighborDoc&, const NeighborDoc&) = default;
     // Whether the neighbour still sends the same; its change time does not count.
@@ -59,6 +72,16 @@ struct PortConfigDoc {
     bool manAddrTxEnable = false;
 };
 
+// The LLDP-MED objects of one local port.
+struct LocalPortMedDoc {
+    Lldp::MedCapabilities capSupported;
+    Lldp::MedCapabilities tlvsTxEnable;
+    bool notifEnable = false;
+    std::map<Lldp::PolicyAppType, Lldp::MediaPolicy> policies;
+    std::map<int32_t, Lldp::MedLocation> locations; // by subtype
+    std::optional<Lldp::MedPsePortPower> psePower;
+};
+
 struct LocalPortDoc {
     int32_t portIdSubtype = 5; // interfaceName
     Zim::String8 portId;
@@ -67,6 +90,13 @@ struct LocalPortDoc {
     Lldp::LinkAggStatusMap linkAggStatus;
     int32_t linkAggPortId = 0;
     int32_t maxFrameSize = 0;
+    // The IEEE 802.1 members the port can send, each with whether it does.
+    std::map<Bridging::VlanIdOrNone, Lldp::TxEnabled<Lldp::PortAndProtocolVlan>> protoVlans;
+    std::map<Bridging::VlanId, Lldp::TxEnabled<Lldp::VlanName>> vlanNames;
+    std::map<int32_t, Lldp::TxEnabled<Lldp::ProtocolIdentityInfo>> protocols;
+    Lldp::MacPhyConfigStatusInfo macPhy;
+    std::optional<Lldp::PowerViaMdiInfo> power;
+    LocalPortMedDoc med;
 };
 
 struct StatisticsDoc {
@@ -93,6 +123,14 @@ struct LocalManAddrDoc {
     Lldp::ManAddrPriority priority; // 0: none
 };
 
+// LLDP-MED of the local system: the device class (notDefined until stated), inventory and
+// extended power.
+struct LocalSystemMedDoc {
+    int32_t deviceClass = 0;
+    Lldp::MedInventory inventory;
+    Lldp::MedLocalPower power;
+};
+
 struct LocalSystemDoc {
     int32_t chassisIdSubtype = 4; // macAddress
     Zim::String8 chassisId;
@@ -101,6 +139,7 @@ struct LocalSystemDoc {
     Lldp::SystemCapabilitiesMap sysCapSupported;
     Lldp::SystemCapabilitiesMap sysCapEnabled;
     std::map<Lldp::ManagementAddress::Key, LocalManAddrDoc> managementAddresses;
+    LocalSystemMedDoc med;
 };
 
 struct ConfigDoc {
@@ -109,6 +148,7 @@ struct ConfigDoc {
     int32_t messageTxHoldMultiplier = 4;
     int32_t reinitDelay = 2;
     int32_t txDelay = 2;
+    uint32_t medFastStartRepeatCount = 3;
 };
 
 // Every field may be left out: the daemon then keeps the counter or time as an agent would.

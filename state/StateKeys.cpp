@@ -1,5 +1,6 @@
 #include "state/StateKeys.h"
 
+#include "state/ExtensionKeys.h"
 #include "state/ValueTypes.h"
 
 #include <algorithm>
@@ -111,37 +112,6 @@ ValueType<Interface::EthPortId> portNumber() {
             "integer 1..4094, unique",
             {{"type", "integer"}, {"minimum", 1}, {"maximum", Interface::EthPortId::max}},
             {}};
-}
-
-// --- lists ------------------------------------------------------------------------------
-
-KeyInfo listInfo(std::string name, const SectionInfo& items, std::string description) {
-    return {std::move(name),
-            false,
-            "list of `" + items.name() + "`",
-            "`[]`",
-            std::move(description),
-            {{"type", "array"}, {"items", items.schema()}}};
-}
-
-// Reads every element of a list with the items' section and hands it to insert(item, path).
-template <class Item, class Entity, class Insert>
-void readList(const Json& j, const std::string& path, const Section<Item, Entity>& items,
-              Insert&& insert) {
-    array(j, path);
-    for (size_t i = 0; i < j.size(); ++i) {
-        auto itemPath = element(path, i);
-        insert(items.read(j[i], itemPath), itemPath);
-    }
-}
-
-// Reads an object that is there exactly when the neighbour sent that TLV.
-template <class Doc, class T>
-typename Section<Doc>::Reader optionalObject(std::optional<T> Doc::*member,
-                                             const Section<T>& section) {
-    return [member, &section](const Json& j, const std::string& path, Doc& doc) {
-        doc.*member = section.read(j, path);
-    };
 }
 
 Section<ManAddrItem> manAddrKeys(std::string name) {
@@ -265,33 +235,41 @@ const Section<NeighborDoc>& dot1Keys() {
     return s;
 }
 
-const Section<Lldp::MacPhyConfigStatusInfo>& macPhyKeys() {
+} // namespace
+
+Section<Lldp::MacPhyConfigStatusInfo> macPhySection(std::string name) {
     using Info = Lldp::MacPhyConfigStatusInfo;
-    static const auto s = [] {
-        Section<Info> keys("neighbor.dot3.macPhy");
-        keys.field("autoNegSupported", &Info::autoNegSupported, boolean(), "")
+    Section<Info> keys(std::move(name));
+    keys.field("autoNegSupported", &Info::autoNegSupported, boolean(), "")
             .field("autoNegEnabled", &Info::autoNegEnabled, boolean(), "")
             .field("autoNegAdvertisedCap", &Info::autoNegAdvertisedCapAsU16, number16(),
                    "as the TLV carries it (bit 0 of the BITS value is 0x8000)")
             .field("operMauType", &Info::operMauType, integer(), "");
-        return keys;
-    }();
-    return s;
+    return keys;
 }
 
-const Section<Lldp::PowerViaMdiInfo>& powerKeys() {
+Section<Lldp::PowerViaMdiInfo> powerSection(std::string name) {
     using Info = Lldp::PowerViaMdiInfo;
-    static const auto s = [] {
-        Section<Info> keys("neighbor.dot3.power");
-        keys.field("portClass", &Info::powerPortClass,
+    Section<Info> keys(std::move(name));
+    keys.field("portClass", &Info::powerPortClass,
                    enumeration("LldpPowerPortClass", powerPortClasses), "")
             .field("mdiSupported", &Info::powerMdiSupported, boolean(), "")
             .field("mdiEnabled", &Info::powerMdiEnabled, boolean(), "")
             .field("pairControllable", &Info::powerPairControllable, boolean(), "")
             .field("pairs", &Info::powerPairs, enumeration("power pairs", powerPairs), "")
             .field("class", &Info::powerClass, enumeration("power class", powerClasses), "");
-        return keys;
-    }();
+    return keys;
+}
+
+namespace {
+
+const Section<Lldp::MacPhyConfigStatusInfo>& macPhyKeys() {
+    static const auto s = macPhySection("neighbor.dot3.macPhy");
+    return s;
+}
+
+const Section<Lldp::PowerViaMdiInfo>& powerKeys() {
+    static const auto s = powerSection("neighbor.dot3.power");
     return s;
 }
 
@@ -307,15 +285,6 @@ const Section<LinkAggDoc>& linkAggKeys() {
         return keys;
     }();
     return s;
-}
-
-KeyInfo objectInfo(std::string name, const SectionInfo& section, std::string description) {
-    return {std::move(name),
-            false,
-            "object (`" + section.name() + "`)",
-            "not received",
-            std::move(description),
-            section.schema()};
 }
 
 const Section<NeighborDoc>& dot3Keys() {
@@ -351,7 +320,10 @@ const Section<ConfigDoc, Lldp::Config>& configKeys() {
             .field("reinitDelay", &ConfigDoc::reinitDelay, integer("integer (seconds)"),
                    &C::reinitDelayIs, "lldpReinitDelay")
             .field("txDelay", &ConfigDoc::txDelay, integer("integer (seconds)"), &C::txDelayIs,
-                   "lldpTxDelay");
+                   "lldpTxDelay")
+            .field("medFastStartRepeatCount", &ConfigDoc::medFastStartRepeatCount,
+                   fastStartRepeatCount(), &C::medFastStartRepeatCountIs,
+                   "lldpXMedFastStartRepeatCount");
         return keys;
     }();
     return s;
@@ -409,7 +381,9 @@ const Section<LocalSystemDoc, Lldp::LocalSystem>& localSystemKeys() {
                                         "address)");
                             }
                         });
-                    });
+                    })
+            .object("med", &D::med, localSystemMedKeys(), "LLDP-MED of the local system",
+                    byDefault("all defaults"));
         return keys;
     }();
     return s;
@@ -460,6 +434,7 @@ const Section<LocalPortDoc, Lldp::LocalPort>& localPortKeys() {
                    "lldpXdot3LocLinkAggPortId")
             .field("maxFrameSize", &D::maxFrameSize, integer(), &L::maxFrameSizeIs,
                    "lldpXdot3LocMaxFrameSize");
+        addLocalPortExtensionKeys(keys);
         return keys;
     }();
     return s;
@@ -553,6 +528,7 @@ const Section<NeighborDoc, Lldp::RemoteSystem>& neighborKeys() {
                     [](const Json& j, const std::string& path, D& doc) {
                         dot3Keys().read(j, path, doc);
                     });
+        addNeighborMedKey(keys);
         return keys;
     }();
     return s;
@@ -619,12 +595,16 @@ const Section<StateDoc>& stateKeys() {
 }
 
 std::vector<const SectionInfo*> allSections() {
-    return {&stateKeys(),        &configKeys(),    &statusKeys(),        &localSystemKeys(),
+    std::vector<const SectionInfo*> sections = {&stateKeys(),        &configKeys(),    &statusKeys(),        &localSystemKeys(),
             &localManAddrKeys(), &interfaceKeys(), &portConfigKeys(),    &localPortKeys(),
             &statisticsKeys(),   &neighborKeys(),  &remoteManAddrKeys(), &unknownTlvKeys(),
             &orgDefTlvKeys(),    &dot1Keys(),      &protoVlanKeys(),     &vlanNameKeys(),
             &protocolKeys(),     &dot3Keys(),      &macPhyKeys(),        &powerKeys(),
             &linkAggKeys()};
+    for (const auto* extension : extensionSections()) {
+        sections.push_back(extension);
+    }
+    return sections;
 }
 
 } // namespace LldpSnmpd

@@ -25,6 +25,11 @@ const Section<NeighborDoc, Lldp::RemoteSystem>& neighborKeys();
 const Section<InterfaceDoc>& interfaceKeys();
 const Section<StateDoc>& stateKeys();
 
+// The IEEE 802.3 MAC/PHY and power-via-MDI objects, the same for a neighbour and the local
+// port; name is how the documentation refers to the object.
+Section<Lldp::MacPhyConfigStatusInfo> macPhySection(std::string name);
+Section<Lldp::PowerViaMdiInfo> powerSection(std::string name);
+
 // Every section, the document first, in the order the documentation shows them.
 std::vector<const SectionInfo*> allSections();
 

@@ -42,6 +42,9 @@ public:
         virtual void onDot3EnabledTlvs() {}
         virtual void onPortVlanTxEnable() {}
         virtual void onManAddrTxEnable() {}
+        virtual void onMedCapSupported() {}
+        virtual void onMedTlvsTxEnable() {}
+        virtual void onMedNotifEnable() {}
     };
 
     explicit PortConfig(Zim::String8 name) : Entity(std::move(name)) {}
@@ -58,6 +61,11 @@ private:
     ZIM_ATTRIBUTE(bool, portVlanTxEnable, PortVlanTxEnable)
     // Whether the local management addresses are sent on this port.
     ZIM_ATTRIBUTE(bool, manAddrTxEnable, ManAddrTxEnable)
+    // The LLDP-MED TLVs the port can send and those it sends.
+    ZIM_ATTRIBUTE(MedCapabilities, medCapSupported, MedCapSupported)
+    ZIM_ATTRIBUTE(MedCapabilities, medTlvsTxEnable, MedTlvsTxEnable)
+    // Whether a MED endpoint appearing on or leaving this port is notified.
+    ZIM_ATTRIBUTE(bool, medNotifEnable, MedNotifEnable)
 };
 
 class Config : public Zim::Entity {
@@ -68,6 +76,7 @@ public:
         virtual void onMessageTxHoldMultiplier() {}
         virtual void onReinitDelay() {}
         virtual void onTxDelay() {}
+        virtual void onMedFastStartRepeatCount() {}
         virtual void onPortConfig(const Ifkit::IntfId&) {}
     };
 
@@ -84,6 +93,8 @@ private:
     ZIM_ATTRIBUTE(int32_t, messageTxHoldMultiplier, MessageTxHoldMultiplier)
     ZIM_ATTRIBUTE(int32_t, reinitDelay, ReinitDelay)
     ZIM_ATTRIBUTE(int32_t, txDelay, TxDelay)
+    // How many LLDPDUs go out fast when a MED endpoint appears (1..10).
+    ZIM_ATTRIBUTE(uint32_t, medFastStartRepeatCount, MedFastStartRepeatCount)
     ZIM_HASHED_COLLECTION(Ifkit::IntfId, Zim::Ptr<PortConfig>, portConfig, PortConfig)
 };
 

@@ -9,6 +9,8 @@
 #include "platform/zim/OrderedMap.h"
 #include "platform/zim/Reactor.h"
 
+#include <optional>
+
 namespace Lldp {
 
 class LocalPort : public Zim::Entity {
@@ -22,6 +24,14 @@ public:
         virtual void onLinkAggStatus() {}
         virtual void onLinkAggPortId() {}
         virtual void onMaxFrameSize() {}
+        virtual void onMacPhy() {}
+        virtual void onPower() {}
+        virtual void onMedPsePortPower() {}
+        virtual void onPortAndProtocolVlan(const Bridging::VlanIdOrNone&) {}
+        virtual void onVlanName(const Bridging::VlanId&) {}
+        virtual void onProtocolIdentityInfo(const int32_t&) {}
+        virtual void onMediaPolicy(const PolicyAppType&) {}
+        virtual void onLocation(const int32_t&) {}
     };
 
     explicit LocalPort(Zim::String8 name) : Entity(std::move(name)) {}
@@ -37,6 +47,21 @@ private:
     ZIM_ATTRIBUTE(LinkAggStatusMap, linkAggStatus, LinkAggStatus)
     ZIM_ATTRIBUTE(int32_t, linkAggPortId, LinkAggPortId)
     ZIM_ATTRIBUTE(int32_t, maxFrameSize, MaxFrameSize)
+    // The IEEE 802.3 MAC/PHY configuration/status the port advertises.
+    ZIM_ATTRIBUTE(MacPhyConfigStatusInfo, macPhy, MacPhy)
+    // Power via MDI, only on ports that have it.
+    ZIM_ATTRIBUTE(std::optional<PowerViaMdiInfo>, power, Power)
+    // The LLDP-MED power this port offers as a PSE port, only on such ports.
+    ZIM_ATTRIBUTE(std::optional<MedPsePortPower>, medPsePortPower, MedPsePortPower)
+    // The IEEE 802.1 TLVs the port can send, each with whether it does.
+    ZIM_HASHED_COLLECTION(Bridging::VlanIdOrNone, TxEnabled<PortAndProtocolVlan>,
+                          portAndProtocolVlan, PortAndProtocolVlan)
+    ZIM_HASHED_COLLECTION(Bridging::VlanId, TxEnabled<VlanName>, vlanName, VlanName)
+    ZIM_HASHED_COLLECTION(int32_t, TxEnabled<ProtocolIdentityInfo>, protocolIdentityInfo,
+                          ProtocolIdentityInfo)
+    // The LLDP-MED network policies and locations the port advertises.
+    ZIM_HASHED_COLLECTION(PolicyAppType, MediaPolicy, mediaPolicy, MediaPolicy)
+    ZIM_HASHED_COLLECTION(int32_t, MedLocation, location, Location)
 };
 
 class LocalSystem : public Zim::Entity {
@@ -51,6 +76,9 @@ public:
         virtual void onSysDesc() {}
         virtual void onSysCapSupported() {}
         virtual void onSysCapEnabled() {}
+        virtual void onMedDeviceClass() {}
+        virtual void onMedInventory() {}
+        virtual void onMedPower() {}
         virtual void onManagementAddress(const ManagementAddress::Key&) {}
         virtual void onManagementAddressPrio(const ManAddrPriority&) {}
         virtual void onLocalPort(const Ifkit::IntfId&) {}
@@ -76,6 +104,10 @@ private:
     ZIM_ATTRIBUTE(Zim::String8, sysDesc, SysDesc)
     ZIM_ATTRIBUTE(SystemCapabilitiesMap, sysCapSupported, SysCapSupported)
     ZIM_ATTRIBUTE(SystemCapabilitiesMap, sysCapEnabled, SysCapEnabled)
+    // LldpXMedDeviceClass: notDefined 0, endpointClass1..3 1..3, networkConnectivity 4.
+    ZIM_ATTRIBUTE(int32_t, medDeviceClass, MedDeviceClass)
+    ZIM_ATTRIBUTE(MedInventory, medInventory, MedInventory)
+    ZIM_ATTRIBUTE(MedLocalPower, medPower, MedPower)
     ZIM_HASHED_COLLECTION(ManagementAddress::Key, ManagementAddress, managementAddress,
                           ManagementAddress)
     // An interface is a local port while it is a member here.

@@ -34,12 +34,22 @@ public:
         virtual void onPowerViaMdiTlvReceived() {}
         virtual void onLinkAggregationTlvReceived() {}
         virtual void onMaximumFrameSizeTlvReceived() {}
+        virtual void onMedCapSupported() {}
+        virtual void onMedCapCurrent() {}
+        virtual void onMedDeviceClass() {}
+        virtual void onMedInventory() {}
+        virtual void onMedPower() {}
+        virtual void onMedCapabilitiesTlvReceived() {}
+        virtual void onMedInventoryTlvReceived() {}
+        virtual void onMedPowerTlvReceived() {}
         virtual void onManagementAddress(const ManagementAddress::Key&) {}
         virtual void onUnknownTlv(const uint32_t&) {}
         virtual void onUnknownOrgDefTlv(const UnknownOrgDefTlv::Key&) {}
         virtual void onPortAndProtocolVlan(const Bridging::VlanIdOrNone&) {}
         virtual void onVlanName(const Bridging::VlanId&) {}
         virtual void onProtocolIdentityInfo(const int32_t&) {}
+        virtual void onMediaPolicy(const PolicyAppType&) {}
+        virtual void onLocation(const int32_t&) {}
     };
 
     RemoteSystem(Zim::String8 name, int32_t index) : Entity(std::move(name)), index_(index) {}
@@ -75,6 +85,15 @@ private:
     ZIM_ATTRIBUTE(bool, powerViaMdiTlvReceived, PowerViaMdiTlvReceived)
     ZIM_ATTRIBUTE(bool, linkAggregationTlvReceived, LinkAggregationTlvReceived)
     ZIM_ATTRIBUTE(bool, maximumFrameSizeTlvReceived, MaximumFrameSizeTlvReceived)
+    // LLDP-MED TLVs; each is meaningful only while its received flag is set.
+    ZIM_ATTRIBUTE(MedCapabilities, medCapSupported, MedCapSupported)
+    ZIM_ATTRIBUTE(MedCapabilities, medCapCurrent, MedCapCurrent)
+    ZIM_ATTRIBUTE(int32_t, medDeviceClass, MedDeviceClass)
+    ZIM_ATTRIBUTE(MedInventory, medInventory, MedInventory)
+    ZIM_ATTRIBUTE(MedExtendedPower, medPower, MedPower)
+    ZIM_ATTRIBUTE(bool, medCapabilitiesTlvReceived, MedCapabilitiesTlvReceived)
+    ZIM_ATTRIBUTE(bool, medInventoryTlvReceived, MedInventoryTlvReceived)
+    ZIM_ATTRIBUTE(bool, medPowerTlvReceived, MedPowerTlvReceived)
     ZIM_HASHED_COLLECTION(ManagementAddress::Key, ManagementAddress, managementAddress,
                           ManagementAddress)
     ZIM_HASHED_COLLECTION(uint32_t, UnknownTlv, unknownTlv, UnknownTlv)
@@ -84,6 +103,8 @@ private:
                           PortAndProtocolVlan)
     ZIM_HASHED_COLLECTION(Bridging::VlanId, VlanName, vlanName, VlanName)
     ZIM_HASHED_COLLECTION(int32_t, ProtocolIdentityInfo, protocolIdentityInfo, ProtocolIdentityInfo)
+    ZIM_HASHED_COLLECTION(PolicyAppType, MediaPolicy, mediaPolicy, MediaPolicy)
+    ZIM_HASHED_COLLECTION(int32_t, MedLocation, location, Location)
 };
 
 } // namespace Lldp

@@ -34,6 +34,12 @@ bool operator<(const ManagementAddress::Key& a, const ManagementAddress::Key& b)
     return a.address_.view() < b.address_.view();
 }
 
+MedLocation::MedLocation(int32_t subtype, const Zim::String8& info)
+    : subtype_(subtype), info_(boundedString(info, maxInfo, "MedLocationInfo")) {
+    if (subtype < 1 || subtype > 4)
+        Zim::throwRangeException("MedLocation::subtype < 1 or > 4 not allowed");
+}
+
 UnknownTlv::UnknownTlv(uint32_t type, const Zim::String8& info)
     : type_(type), info_(boundedString(info, 511, "BoundedString511")) {
     if (type - 9u > 117u)
@@ -92,6 +98,23 @@ std::string valueToStrep(const VlanName& v) {
 std::string valueToStrep(const ProtocolIdentityInfo& p) {
     return "Value('Lldp::ProtocolIdentityInfo', ** {'index': " + std::to_string(p.index()) +
            ", 'protocolId': " + quoted(p.protocolId()) + "})";
+}
+
+std::string valueToStrep(const PolicyAppType& type) {
+    return std::to_string(type.value());
+}
+
+std::string valueToStrep(const MediaPolicy& p) {
+    return "Value('Lldp::MediaPolicy', ** {'appType': " + std::to_string(p.appType.value()) +
+           ", 'vlanId': " + std::to_string(p.vlanId) + ", 'priority': " +
+           std::to_string(p.priority) + ", 'dscp': " + std::to_string(p.dscp) +
+           ", 'unknown': " + (p.unknown ? "True" : "False") +
+           ", 'tagged': " + (p.tagged ? "True" : "False") + "})";
+}
+
+std::string valueToStrep(const MedLocation& l) {
+    return "Value('Lldp::MedLocation', ** {'subtype': " + std::to_string(l.subtype()) +
+           ", 'info': " + quoted(l.info()) + "})";
 }
 
 } // namespace Lldp

@@ -195,6 +195,124 @@ struct PowerViaMdiInfo {
     friend bool operator==(const PowerViaMdiInfo&, const PowerViaMdiInfo&) = default;
 };
 
+// --- LLDP-MED ------------------------------------------------------------------------------
+
+// LldpXMedCapabilities, member k = BITS bit k: capabilities 0, networkPolicy 1, location 2,
+// extendedPSE 3, extendedPD 4, inventory 5.
+struct MedCapabilities {
+    static constexpr uint8_t capabilities = 1u << 0;
+    static constexpr uint8_t networkPolicy = 1u << 1;
+    static constexpr uint8_t location = 1u << 2;
+    static constexpr uint8_t extendedPse = 1u << 3;
+    static constexpr uint8_t extendedPd = 1u << 4;
+    static constexpr uint8_t inventory = 1u << 5;
+    uint8_t value = 0;
+    bool has(uint8_t member) const noexcept { return (value & member) != 0; }
+    friend bool operator==(const MedCapabilities&, const MedCapabilities&) = default;
+};
+
+// The application type of one network policy: the bit number of PolicyAppType, unknown 0 to
+// videoSignaling 8. As an index it is the BITS value with that one bit set, two octets long
+// (nine named bits), so application types order from the highest bit number down.
+class PolicyAppType {
+public:
+    static constexpr uint32_t max = 8;
+    PolicyAppType() = default;
+    explicit PolicyAppType(uint32_t bit) : bit_(static_cast<uint8_t>(bit)) {
+        if (bit > max)
+            Zim::throwRangeException("PolicyAppType::value > 8 not allowed");
+    }
+    uint8_t value() const noexcept { return bit_; }
+    // The two index octets as one number, high octet first.
+    uint16_t bits() const noexcept { return static_cast<uint16_t>(0x8000u >> bit_); }
+    friend bool operator==(const PolicyAppType&, const PolicyAppType&) = default;
+    friend bool operator<(const PolicyAppType& a, const PolicyAppType& b) {
+        return a.bits() < b.bits();
+    }
+
+private:
+    uint8_t bit_ = 0;
+};
+
+// One network policy TLV.
+struct MediaPolicy {
+    PolicyAppType appType;
+    int32_t vlanId = 0;   // 0 priority tagged, 1..4094, 4095 reserved
+    int32_t priority = 0; // 0..7
+    int32_t dscp = 0;     // 0..63
+    bool unknown = false;
+    bool tagged = false;
+    friend bool operator==(const MediaPolicy&, const MediaPolicy&) = default;
+};
+
+// The inventory TLVs, each at most 32 bytes.
+struct MedInventory {
+    Zim::String8 hardwareRev;
+    Zim::String8 firmwareRev;
+    Zim::String8 softwareRev;
+    Zim::String8 serialNum;
+    Zim::String8 mfgName;
+    Zim::String8 modelName;
+    Zim::String8 assetId;
+    friend bool operator==(const MedInventory&, const MedInventory&) = default;
+};
+
+// One location identification TLV: LocationSubtype (unknown 1, coordinateBased 2,
+// civicAddress 3, elin 4) and its encoded information, at most 256 bytes.
+class MedLocation {
+public:
+    static constexpr size_t maxInfo = 256;
+    MedLocation() = default;
+    MedLocation(int32_t subtype, const Zim::String8& info);
+    int32_t subtype() const noexcept { return subtype_; }
+    const Zim::String8& info() const noexcept { return info_; }
+    friend bool operator==(const MedLocation&, const MedLocation&) = default;
+
+private:
+    int32_t subtype_ = 1;
+    Zim::String8 info_;
+};
+
+// The extended power-via-MDI TLV as a neighbour sends it: its device type (unknown 1,
+// pseDevice 2, pdDevice 3, none 4), power source and priority (unknown 1, critical 2, high 3,
+// low 4) and power value in tenths of a watt (0..1023: available from a PSE, required by a PD).
+// The power source's numbers depend on the device type (PSE: primary 2, backup 3; PD: fromPSE
+// 2, local 3, localAndPSE 4).
+struct MedExtendedPower {
+    static constexpr int32_t pseDevice = 2;
+    static constexpr int32_t pdDevice = 3;
+    int32_t deviceType = 1;
+    int32_t powerSource = 1;
+    int32_t powerPriority = 1;
+    uint32_t powerValue = 0;
+    friend bool operator==(const MedExtendedPower&, const MedExtendedPower&) = default;
+};
+
+// What a PSE port offers: power available (tenths of a watt) and the priority of the PD on it.
+struct MedPsePortPower {
+    uint32_t powerAv = 0;
+    int32_t pdPriority = 1;
+    friend bool operator==(const MedPsePortPower&, const MedPsePortPower&) = default;
+};
+
+// The local system's extended power: its device type, its source as a PSE, and what it asks
+// for as a PD.
+struct MedLocalPower {
+    int32_t deviceType = 4; // none
+    int32_t pseSource = 1;
+    uint32_t pdPowerReq = 0;
+    int32_t pdSource = 1;
+    int32_t pdPriority = 1;
+    friend bool operator==(const MedLocalPower&, const MedLocalPower&) = default;
+};
+
+// A local 802.1 TLV member and whether the port sends it.
+template <class Member> struct TxEnabled {
+    Member member;
+    bool txEnable = false;
+    friend bool operator==(const TxEnabled&, const TxEnabled&) = default;
+};
+
 std::string valueToStrep(const ManagementAddress::Key& key);
 std::string valueToStrep(const ManagementAddress& address);
 std::string valueToStrep(const ManAddrPriority& prio);
@@ -205,6 +323,12 @@ std::string valueToStrep(const UnknownOrgDefTlv& tlv);
 std::string valueToStrep(const PortAndProtocolVlan& vlan);
 std::string valueToStrep(const VlanName& name);
 std::string valueToStrep(const ProtocolIdentityInfo& info);
+std::string valueToStrep(const PolicyAppType& type);
+std::string valueToStrep(const MediaPolicy& policy);
+std::string valueToStrep(const MedLocation& location);
+template <class Member> std::string valueToStrep(const TxEnabled<Member>& m) {
+    return valueToStrep(m.member) + (m.txEnable ? " txEnable" : " txDisable");
+}
 
 } // namespace Lldp
 
@@ -222,4 +346,7 @@ template <> struct std::hash<Lldp::UnknownOrgDefTlv::Key> {
                (static_cast<size_t>(k.subtype()) << 20) ^
                static_cast<size_t>(static_cast<uint32_t>(k.index()));
     }
+};
+template <> struct std::hash<Lldp::PolicyAppType> {
+    size_t operator()(const Lldp::PolicyAppType& t) const noexcept { return t.value(); }
 };

@@ -17,6 +17,33 @@ X1_CONFIG_PORT_VLAN, X1_LOC = DOT1 + (1, 1), DOT1 + (2, 1)
 X1_REM, X1_REM_PROTO_VLAN, X1_REM_VLAN_NAME, X1_REM_PROTOCOL = (DOT1 + (3, t) for t in (1, 2, 3, 4))
 X3_PORT_CONFIG, X3_LOC_LINK_AGG, X3_LOC_MAX_FRAME = DOT3 + (1, 1), DOT3 + (2, 3), DOT3 + (2, 4)
 X3_REM_PORT, X3_REM_POWER, X3_REM_LINK_AGG, X3_REM_MAX_FRAME = (DOT3 + (3, t) for t in (1, 2, 3, 4))
+X1_CONFIG_VLAN_NAME, X1_CONFIG_PROTO_VLAN, X1_CONFIG_PROTOCOL = (DOT1 + (1, t) for t in (2, 3, 4))
+X1_LOC_PROTO_VLAN, X1_LOC_VLAN_NAME, X1_LOC_PROTOCOL = (DOT1 + (2, t) for t in (2, 3, 4))
+X3_LOC_PORT, X3_LOC_POWER = DOT3 + (2, 1), DOT3 + (2, 2)
+MED = OBJECTS + (5, 4795, 1)
+MED_PORT_CONFIG = MED + (1, 2)
+MED_LOC_POLICY, MED_LOC_LOCATION, MED_LOC_PSE_PORT = MED + (2, 1), MED + (2, 9), MED + (2, 11)
+(MED_REM_CAP, MED_REM_POLICY, MED_REM_INVENTORY, MED_REM_LOCATION, MED_REM_XPOE, MED_REM_PSE,
+ MED_REM_PD) = (MED + (3, t) for t in range(1, 8))
+# The tables this library gained with LLDP-MED and the local 802.1/802.3 members.
+NEW_TABLES = [X1_CONFIG_VLAN_NAME, X1_CONFIG_PROTO_VLAN, X1_CONFIG_PROTOCOL, X1_LOC_PROTO_VLAN,
+              X1_LOC_VLAN_NAME, X1_LOC_PROTOCOL, X3_LOC_PORT, X3_LOC_POWER, MED_PORT_CONFIG,
+              MED_LOC_POLICY, MED_LOC_LOCATION, MED_LOC_PSE_PORT, MED_REM_CAP, MED_REM_POLICY,
+              MED_REM_INVENTORY, MED_REM_LOCATION, MED_REM_XPOE, MED_REM_PSE, MED_REM_PD]
+MED_DEVICE_CLASS = {"notDefined": 0, "endpointClass1": 1, "endpointClass2": 2,
+                    "endpointClass3": 3, "networkConnectivity": 4}
+MED_CAPS = {"capabilities": 0, "networkPolicy": 1, "location": 2, "extendedPSE": 3,
+            "extendedPD": 4, "inventory": 5}
+APP_TYPE = {"unknown": 0, "voice": 1, "voiceSignaling": 2, "guestVoice": 3,
+            "guestVoiceSignaling": 4, "softPhoneVoice": 5, "videoconferencing": 6,
+            "streamingVideo": 7, "videoSignaling": 8}
+LOCATION_SUBTYPE = {"unknown": 1, "coordinateBased": 2, "civicAddress": 3, "elin": 4}
+XPOE_DEVICE = {"unknown": 1, "pseDevice": 2, "pdDevice": 3, "none": 4}
+PSE_SOURCE = {"unknown": 1, "primary": 2, "backup": 3}
+PD_SOURCE = {"unknown": 1, "fromPSE": 2, "local": 3, "localAndPSE": 4}
+PRIORITY = {"unknown": 1, "critical": 2, "high": 3, "low": 4}
+INVENTORY = ["hardwareRev", "firmwareRev", "softwareRev", "serialNum", "mfgName", "modelName",
+             "assetId"]
 TABLES = [PORT_CONFIG, CONFIG_MAN_ADDR, STATS_TX_PORT, STATS_RX_PORT, LOC_PORT, LOC_MAN_ADDR, REM,
           REM_MAN_ADDR, REM_UNKNOWN_TLV, REM_ORG_DEF_INFO, X1_CONFIG_PORT_VLAN, X1_LOC, X1_REM,
           X1_REM_PROTO_VLAN, X1_REM_VLAN_NAME, X1_REM_PROTOCOL, X3_PORT_CONFIG, X3_LOC_LINK_AGG,
@@ -147,6 +174,7 @@ def expected_rows(state, mark=0):
         put(rows, X3_LOC_LINK_AGG, p, 1, bits(loc.get("linkAggStatus", []), LINK_AGG, 1),
             integer(loc.get("linkAggPortId", 0)))
         put(rows, X3_LOC_MAX_FRAME, p, 1, integer(loc.get("maxFrameSize", 0)))
+        local_member_rows(rows, intf["portNum"], loc)
     for a in state["localSystem"].get("managementAddresses", []):
         i = man_addr_index(a)
         # Sent on no port without a priority, else on every port that sends addresses.
@@ -154,10 +182,148 @@ def expected_rows(state, mark=0):
                    and x.get("config", {}).get("manAddrTxEnable")]
         put(rows, CONFIG_MAN_ADDR, i, 1, octets(port_list(sent_on)))
         put(rows, LOC_MAN_ADDR, i, 3, integer(i[1] + 1), *man_addr_columns(a))
+    med_scalar_rows(rows, state)
     for intf in interfaces:
         for n in sorted(intf.get("neighbors", []), key=lambda n: n["index"]):
             neighbour_rows(rows, (mark, intf["portNum"], n["index"]), n)
     return rows
+
+
+def mac_phy_columns(m):
+    cap = m.get("autoNegAdvertisedCap", 0)
+    cap = int(cap, 16) if isinstance(cap, str) else cap
+    return (truth(m.get("autoNegSupported")), truth(m.get("autoNegEnabled")),
+            ("Hex-STRING", cap.to_bytes(2, "big")), integer(m.get("operMauType", 0)))
+
+
+def power_columns(w):
+    return (integer(w.get("portClass", 0), POWER_PORT_CLASS), truth(w.get("mdiSupported")),
+            truth(w.get("mdiEnabled")), truth(w.get("pairControllable")),
+            integer(w.get("pairs", 0), POWER_PAIRS), integer(w.get("class", 0), POWER_CLASS))
+
+
+def app_type_index(app_type):
+    """PolicyAppType as an index: its BITS value of nine named bits (two octets) with its
+    length first."""
+    k = app_type if isinstance(app_type, int) else APP_TYPE[app_type]
+    return (2,) + tuple((0x8000 >> k).to_bytes(2, "big"))
+
+
+def policy_columns(policy):
+    return (integer(policy.get("vlanId", 0)), integer(policy.get("priority", 0)),
+            integer(policy.get("dscp", 0)), truth(policy.get("unknown")),
+            truth(policy.get("tagged")))
+
+
+def fixed_point(value, width, fraction):
+    return round(value * (1 << fraction)) & ((1 << width) - 1)
+
+
+def location_info(location):
+    """(subtype, bytes) of a location: RFC 3825 coordinates (16 octets), an RFC 4776 civic
+    address (LCI length, what, country, then type, length, value), an ELIN's digits, or the
+    bytes given."""
+    if "coordinates" in location:
+        c = location["coordinates"]
+        alt_type = {"none": 0, "meters": 1, "floors": 2}.get(c.get("altitudeType", 1),
+                                                             c.get("altitudeType", 1))
+        datum = {"WGS84": 1, "NAD83/NAVD88": 2, "NAD83/MLLW": 3}.get(c.get("datum", 1),
+                                                                      c.get("datum", 1))
+        fields = [(c.get("latitudeResolution", 34), 6),
+                  (fixed_point(c["latitude"], 34, 25), 34),
+                  (c.get("longitudeResolution", 34), 6),
+                  (fixed_point(c["longitude"], 34, 25), 34), (alt_type, 4),
+                  (c.get("altitudeResolution", 30), 6),
+                  (fixed_point(c.get("altitude", 0), 30, 8), 30), (datum, 8)]
+        number = 0
+        for value, width in fields:
+            number = (number << width) | value
+        return 2, number.to_bytes(16, "big")
+    if "civicAddress" in location:
+        a = location["civicAddress"]
+        what = {"dhcpServer": 0, "networkElement": 1, "client": 2}.get(a.get("what", 1),
+                                                                       a.get("what", 1))
+        body = bytes([what]) + a["country"].encode()
+        for e in a.get("elements", []):
+            value = e["value"].encode()
+            body += bytes([e["type"], len(value)]) + value
+        return 3, bytes([len(body)]) + body
+    if "elin" in location:
+        return 4, location["elin"].encode()
+    subtype = location["subtype"]
+    return LOCATION_SUBTYPE.get(subtype, subtype), octets(location["info"])[1]
+
+
+def local_member_rows(rows, p, loc):
+    for v in loc.get("protoVlans", []):
+        put(rows, X1_CONFIG_PROTO_VLAN, (p, v["id"]), 1, truth(v.get("txEnable")))
+        put(rows, X1_LOC_PROTO_VLAN, (p, v["id"]), 2, truth(v.get("supported")),
+            truth(v.get("enabled")))
+    for v in loc.get("vlanNames", []):
+        put(rows, X1_CONFIG_VLAN_NAME, (p, v["id"]), 1, truth(v.get("txEnable")))
+        put(rows, X1_LOC_VLAN_NAME, (p, v["id"]), 2, octets(v["name"]))
+    for v in loc.get("protocols", []):
+        put(rows, X1_CONFIG_PROTOCOL, (p, v["index"]), 1, truth(v.get("txEnable")))
+        put(rows, X1_LOC_PROTOCOL, (p, v["index"]), 2, octets(v["id"]))
+    put(rows, X3_LOC_PORT, (p,), 1, *mac_phy_columns(loc.get("macPhy", {})))
+    if "power" in loc:
+        put(rows, X3_LOC_POWER, (p,), 1, *power_columns(loc["power"]))
+    med = loc.get("med", {})
+    put(rows, MED_PORT_CONFIG, (p,), 1, bits(med.get("capSupported", []), MED_CAPS, 1),
+        bits(med.get("tlvsTxEnable", []), MED_CAPS, 1), truth(med.get("notifEnable")))
+    for policy in med.get("policies", []):
+        put(rows, MED_LOC_POLICY, (p,) + app_type_index(policy["appType"]), 2,
+            *policy_columns(policy))
+    for location in med.get("locations", []):
+        subtype, info = location_info(location)
+        put(rows, MED_LOC_LOCATION, (p, subtype), 2, octets(info))
+    if "psePower" in med:
+        pse = med["psePower"]
+        put(rows, MED_LOC_PSE_PORT, (p,), 1, ("Gauge32", pse.get("powerAv", 0)),
+            integer(pse.get("pdPriority", 1), PRIORITY))
+
+
+def med_scalar_rows(rows, state):
+    config = state.get("config", {})
+    med = state["localSystem"].get("med", {})
+    inventory, power = med.get("inventory", {}), med.get("power", {})
+    rows[MED + (1, 1, 0)] = integer(med.get("deviceClass", 0), MED_DEVICE_CLASS)
+    rows[MED + (1, 3, 0)] = ("Gauge32", config.get("medFastStartRepeatCount", 3))
+    for k, name in enumerate(INVENTORY):
+        rows[MED + (2, 2 + k, 0)] = octets(inventory.get(name, ""))
+    rows[MED + (2, 10, 0)] = integer(power.get("deviceType", 4), XPOE_DEVICE)
+    rows[MED + (2, 12, 0)] = integer(power.get("pseSource", 1), PSE_SOURCE)
+    rows[MED + (2, 13, 0)] = ("Gauge32", power.get("pdPowerReq", 0))
+    rows[MED + (2, 14, 0)] = integer(power.get("pdSource", 1), PD_SOURCE)
+    rows[MED + (2, 15, 0)] = integer(power.get("pdPriority", 1), PRIORITY)
+
+
+def med_neighbour_rows(rows, i, med):
+    power = med.get("power")
+    device = power and XPOE_DEVICE.get(power["deviceType"], power["deviceType"])
+    sent = ["capabilities"] + [name for name, present in (
+        ("networkPolicy", med.get("policies")), ("location", med.get("locations")),
+        ("extendedPSE", device == 2), ("extendedPD", device == 3),
+        ("inventory", "inventory" in med)) if present]
+    current = med.get("capCurrent", sent)
+    put(rows, MED_REM_CAP, i, 1, bits(med.get("capSupported", current), MED_CAPS, 1),
+        bits(current, MED_CAPS, 1), integer(med["deviceClass"], MED_DEVICE_CLASS))
+    for policy in med.get("policies", []):
+        put(rows, MED_REM_POLICY, i + app_type_index(policy["appType"]), 2,
+            *policy_columns(policy))
+    if "inventory" in med:
+        put(rows, MED_REM_INVENTORY, i, 1,
+            *[octets(med["inventory"].get(name, "")) for name in INVENTORY])
+    for location in med.get("locations", []):
+        subtype, info = location_info(location)
+        put(rows, MED_REM_LOCATION, i + (subtype,), 2, octets(info))
+    if power:
+        put(rows, MED_REM_XPOE, i, 1, ("INTEGER", device))
+        sources = PSE_SOURCE if device == 2 else PD_SOURCE
+        columns = (("Gauge32", power.get("value", 0)), integer(power.get("source", 1), sources),
+                   integer(power.get("priority", 1), PRIORITY))
+        if device in (2, 3):
+            put(rows, MED_REM_PSE if device == 2 else MED_REM_PD, i, 1, *columns)
 
 
 def man_addr_columns(a):
@@ -190,27 +356,21 @@ def neighbour_rows(rows, i, n):
     for v in dot1.get("protocols", []):
         put(rows, X1_REM_PROTOCOL, i + (v["index"],), 2, octets(v["id"]))
     if "macPhy" in dot3:
-        m = dot3["macPhy"]
-        cap = m.get("autoNegAdvertisedCap", 0)
-        cap = int(cap, 16) if isinstance(cap, str) else cap
-        put(rows, X3_REM_PORT, i, 1, truth(m.get("autoNegSupported")),
-            truth(m.get("autoNegEnabled")), ("Hex-STRING", cap.to_bytes(2, "big")),
-            integer(m.get("operMauType", 0)))
+        put(rows, X3_REM_PORT, i, 1, *mac_phy_columns(dot3["macPhy"]))
     if "power" in dot3:
-        w = dot3["power"]
-        put(rows, X3_REM_POWER, i, 1, integer(w.get("portClass", 0), POWER_PORT_CLASS),
-            truth(w.get("mdiSupported")), truth(w.get("mdiEnabled")),
-            truth(w.get("pairControllable")), integer(w.get("pairs", 0), POWER_PAIRS),
-            integer(w.get("class", 0), POWER_CLASS))
+        put(rows, X3_REM_POWER, i, 1, *power_columns(dot3["power"]))
     if "linkAgg" in dot3:
         put(rows, X3_REM_LINK_AGG, i, 1, bits(dot3["linkAgg"].get("status", []), LINK_AGG, 1),
             integer(dot3["linkAgg"].get("portId", 0)))
     if "maxFrameSize" in dot3:
         put(rows, X3_REM_MAX_FRAME, i, 1, integer(dot3["maxFrameSize"]))
+    if "med" in n:
+        med_neighbour_rows(rows, i, n["med"])
 
 
 def walk_rows(daemon):
-    """Every table row the daemon serves (a walk of the LLDP subtree without the scalars)."""
+    """Every table row the daemon serves and the LLDP-MED scalars (a walk of the LLDP subtree
+    without the LLDP-MIB scalars)."""
     return {o: v for o, v in as_dict(daemon.walk(LLDP)).items() if len(o) > len(OBJECTS) + 3}
 
 
