@@ -70,8 +70,9 @@ void declareDefaultNotifications() {
 
 void registerNotificationDirective(std::string configFile) {
     configFileName() = std::move(configFile);
-    snmpd_register_config_handler(directive, parseDirective, releaseDirective,
-                                  "NAME on|off (NAME: lldpRemTablesChange, lldpXMedTopologyChangeDetected)");
+    snmpd_register_config_handler(
+        directive, parseDirective, releaseDirective,
+        "NAME on|off (NAME: lldpRemTablesChange, lldpXMedTopologyChangeDetected)");
 }
 
 } // namespace LldpSnmpd

@@ -319,8 +319,8 @@ void LldpSm::handleMedTopologyChange(const Zim::Ptr<const Lldp::RemoteSystem>& n
         return;
     }
     const int err = ::Snmp::lldpXMedTopologyChangeDetectedNotify(*neighbour, port, index, "");
-    JOTLOG("Generated lldpXMedTopologyChangeDetected notification at time "
-           << std::to_string(now) << " err= " << err);
+    JOTLOG("Generated lldpXMedTopologyChangeDetected notification at time " << std::to_string(now)
+                                                                            << " err= " << err);
     ZTRACE(trace(), 4,
            "Generated lldpXMedTopologyChangeDetected notification at time " << std::to_string(now)
                                                                             << ", err=" << err);

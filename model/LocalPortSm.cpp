@@ -19,8 +19,8 @@ template <class Key> void rowTrace(const char* action, const char* kind, const K
 
 // One kind of member: where the agent keeps it and where the root mirrors it.
 template <class Row, class Members, class Set, class Del>
-void mirrorMember(const char* kind, const typename Row::Key& key, const Members& members,
-                  Set&& set, Del&& del) {
+void mirrorMember(const char* kind, const typename Row::Key& key, const Members& members, Set&& set,
+                  Del&& del) {
     if (const auto* member = members.find(key.sub)) {
         rowTrace("Adding", kind, key);
         set(Row{key, *member});

@@ -160,9 +160,9 @@ inline constexpr char localProtocolIdentityInfoName[] = "Lldp::Snmp::LocalProtoc
 inline constexpr char localMediaPolicyName[] = "Lldp::Snmp::LocalMediaPolicy";
 inline constexpr char localLocationName[] = "Lldp::Snmp::LocalLocation";
 
-using LocalPortAndProtocolVlan = LocalValueRow<LocalPortAndProtocolVlanKey,
-                                               TxEnabled<PortAndProtocolVlan>,
-                                               localPortAndProtocolVlanName>;
+using LocalPortAndProtocolVlan =
+    LocalValueRow<LocalPortAndProtocolVlanKey, TxEnabled<PortAndProtocolVlan>,
+                  localPortAndProtocolVlanName>;
 using LocalVlanName = LocalValueRow<LocalVlanNameKey, TxEnabled<VlanName>, localVlanNameName>;
 using LocalProtocolIdentityInfo =
     LocalValueRow<LocalProtocolIdentityInfoKey, TxEnabled<ProtocolIdentityInfo>,

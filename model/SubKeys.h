@@ -80,9 +80,9 @@ inline constexpr char protocolIndexField[] = "protocolIndex";
 inline constexpr char appTypeField[] = "appType";
 inline constexpr char locationSubtypeField[] = "locationSubtype";
 
-using LocalPortAndProtocolVlanKey = LocalSubKey<Bridging::VlanIdOrNone,
-                                                localPortAndProtocolVlanKeyName,
-                                                portAndProtocolVlanIdField>;
+using LocalPortAndProtocolVlanKey =
+    LocalSubKey<Bridging::VlanIdOrNone, localPortAndProtocolVlanKeyName,
+                portAndProtocolVlanIdField>;
 using LocalVlanNameKey = LocalSubKey<Bridging::VlanId, localVlanNameKeyName, vlanIdField>;
 using LocalProtocolIdentityInfoKey =
     LocalSubKey<int32_t, localProtocolIdentityInfoKeyName, protocolIndexField>;

@@ -6,6 +6,7 @@
 #include "platform/lldp/LocationEncoding.h"
 
 #include <cmath>
+#include <sstream>
 
 namespace LldpSnmpd {
 
@@ -18,9 +19,8 @@ constexpr Name medDeviceClasses[] = {{"notDefined", 0},
                                      {"endpointClass2", 2},
                                      {"endpointClass3", 3},
                                      {"networkConnectivity", 4}};
-constexpr Name medCapabilityNames[] = {{"capabilities", 0}, {"networkPolicy", 1},
-                                       {"location", 2},     {"extendedPSE", 3},
-                                       {"extendedPD", 4},   {"inventory", 5}};
+constexpr Name medCapabilityNames[] = {{"capabilities", 0}, {"networkPolicy", 1}, {"location", 2},
+                                       {"extendedPSE", 3},  {"extendedPD", 4},    {"inventory", 5}};
 constexpr Name policyAppTypes[] = {{"unknown", 0},
                                    {"voice", 1},
                                    {"voiceSignaling", 2},
@@ -32,8 +32,7 @@ constexpr Name policyAppTypes[] = {{"unknown", 0},
                                    {"videoSignaling", 8}};
 constexpr Name locationSubtypes[] = {
     {"unknown", 1}, {"coordinateBased", 2}, {"civicAddress", 3}, {"elin", 4}};
-constexpr Name xpoeDeviceTypes[] = {
-    {"unknown", 1}, {"pseDevice", 2}, {"pdDevice", 3}, {"none", 4}};
+constexpr Name xpoeDeviceTypes[] = {{"unknown", 1}, {"pseDevice", 2}, {"pdDevice", 3}, {"none", 4}};
 constexpr Name psePowerSources[] = {{"unknown", 1}, {"primary", 2}, {"backup", 3}};
 constexpr Name pdPowerSources[] = {
     {"unknown", 1}, {"fromPSE", 2}, {"local", 3}, {"localAndPSE", 4}};
@@ -47,8 +46,8 @@ constexpr Name civicWhats[] = {{"dhcpServer", 0}, {"networkElement", 1}, {"clien
 std::string listOf(Names names) {
     std::string out;
     for (const auto& n : names) {
-        out += (out.empty() ? "" : ", ") + std::string(n.name) + " (" + std::to_string(n.value) +
-               ")";
+        out +=
+            (out.empty() ? "" : ", ") + std::string(n.name) + " (" + std::to_string(n.value) + ")";
     }
     return out;
 }
@@ -97,13 +96,17 @@ ValueType<double> number(std::string text) {
             },
             std::move(text),
             {{"type", "number"}},
-            [](const double& v) { return std::to_string(v); }};
+            [](const double& v) {
+                std::ostringstream shown;
+                shown << v;
+                return shown.str();
+            }};
 }
 
 // An octet string the MIB shows in at most `bound` bytes.
 ValueType<Zim::String8> boundedOctets(size_t min, size_t bound) {
-    auto type = octets("octet string, " + std::to_string(min) + " to " + std::to_string(bound) +
-                       " bytes");
+    auto type =
+        octets("octet string, " + std::to_string(min) + " to " + std::to_string(bound) + " bytes");
     type.read = [min, bound](const Json& j, const std::string& path) {
         auto value = readOctets(j, path);
         if (value.size() < min || value.size() > bound) {
@@ -124,7 +127,9 @@ ValueType<Lldp::PolicyAppType> appType() {
     return {[read = names.read](const Json& j, const std::string& path) {
                 return Lldp::PolicyAppType(static_cast<uint32_t>(read(j, path)));
             },
-            names.text, names.schema, {}};
+            names.text,
+            names.schema,
+            {}};
 }
 
 template <class Vlan> ValueType<Vlan> vlan(std::string text, uint16_t min) {
@@ -236,18 +241,15 @@ const Section<Lldp::Coordinates>& coordinateKeys() {
     using C = Lldp::Coordinates;
     static const auto s = [] {
         Section<C> keys("location.coordinates");
-        keys.field("latitude", &C::latitude, number("degrees, -90..90"), "north positive",
-                   required)
+        keys.field("latitude", &C::latitude, number("degrees, -90..90"), "north positive", required)
             .field("longitude", &C::longitude, number("degrees, -180..180"), "east positive",
                    required)
             .field("altitude", &C::altitude, number("number"), "in altitudeType units")
             .field("altitudeType", &C::altitudeType, bounded("altitude type", altitudeTypes), "")
             .field("datum", &C::datum, bounded("datum", datums), "")
             .field("latitudeResolution", &C::latitudeResolution, unsignedRange("bits", 0, 34), "")
-            .field("longitudeResolution", &C::longitudeResolution, unsignedRange("bits", 0, 34),
-                   "")
-            .field("altitudeResolution", &C::altitudeResolution, unsignedRange("bits", 0, 30),
-                   "");
+            .field("longitudeResolution", &C::longitudeResolution, unsignedRange("bits", 0, 34), "")
+            .field("altitudeResolution", &C::altitudeResolution, unsignedRange("bits", 0, 30), "");
         return keys;
     }();
     return s;
@@ -261,8 +263,7 @@ struct CivicElementItem {
 const Section<CivicElementItem>& civicElementKeys() {
     static const auto s = [] {
         Section<CivicElementItem> keys("location.civicAddress.elements[]");
-        keys.field("type", &CivicElementItem::type, unsignedRange("CAtype", 0, 255), "",
-                   required)
+        keys.field("type", &CivicElementItem::type, unsignedRange("CAtype", 0, 255), "", required)
             .field("value", &CivicElementItem::value, boundedOctets(0, 255), "", required);
         return keys;
     }();
@@ -275,7 +276,11 @@ const Section<Lldp::CivicAddress>& civicAddressKeys() {
         Section<A> keys("location.civicAddress");
         auto country = octets("two letters");
         keys.field("what", &A::what, bounded("what", civicWhats), "what the address locates")
-            .custom({"country", true, "two letters", "", "the country code",
+            .custom({"country",
+                     true,
+                     "two letters",
+                     "",
+                     "the country code",
                      {{"type", "string"}, {"minLength", 2}, {"maxLength", 2}}},
                     [](const Json& j, const std::string& path, A& doc) {
                         doc.country = readOctets(j, path).str();
@@ -300,8 +305,8 @@ struct LocationItem {
 
     // Exactly one form; the encodings refuse what their format cannot carry.
     Lldp::MedLocation value(const std::string& path) const {
-        const int forms = (info ? 1 : 0) + (coordinates ? 1 : 0) + (civicAddress ? 1 : 0) +
-                          (elin ? 1 : 0);
+        const int forms =
+            (info ? 1 : 0) + (coordinates ? 1 : 0) + (civicAddress ? 1 : 0) + (elin ? 1 : 0);
         if (forms != 1) {
             fail(path, "expected exactly one of: info (with subtype), coordinates, civicAddress, "
                        "elin");
@@ -437,9 +442,8 @@ const Section<LocalPortMedDoc>& localPortMedKeys() {
                     [](const Json& j, const std::string& path, D& doc) {
                         readLocations(j, path, "local", doc.locations);
                     })
-            .custom({"psePower", false, "object (`interface.local.med.psePower`)",
-                     "not a PSE port", "lldpXMedLocXPoEPSEPortTable",
-                     psePortPowerKeys().schema()},
+            .custom({"psePower", false, "object (`interface.local.med.psePower`)", "not a PSE port",
+                     "lldpXMedLocXPoEPSEPortTable", psePortPowerKeys().schema()},
                     optionalObject(&D::psePower, psePortPowerKeys()));
         return keys;
     }();
@@ -463,8 +467,8 @@ DependentType<NeighborPowerItem, int32_t> powerSource() {
                 return item.deviceType == Lldp::MedExtendedPower::pseDevice ? pse.read(j, path)
                                                                             : pd.read(j, path);
             },
-            "enumeration: PSE (" + listOf(psePowerSources) + ") or PD (" +
-                listOf(pdPowerSources) + ") as deviceType says",
+            "enumeration: PSE (" + listOf(psePowerSources) + ") or PD (" + listOf(pdPowerSources) +
+                ") as deviceType says",
             {{"anyOf", {pse.schema, pd.schema}}},
             [](const int32_t& v) { return std::to_string(v); }};
 }
@@ -478,8 +482,7 @@ const Section<NeighborPowerItem>& neighborPowerKeys() {
             .field("source", &P::source, powerSource(), "the power source")
             .field("priority", &P::priority, bounded("power priority", powerPriorities),
                    "the power priority")
-            .field("value", &P::value, tenthsOfWatt(),
-                   "available from a PSE, required by a PD");
+            .field("value", &P::value, tenthsOfWatt(), "available from a PSE, required by a PD");
         return keys;
     }();
     return s;
@@ -578,8 +581,8 @@ const Section<LocalSystemMedDoc>& localSystemMedKeys() {
     using D = LocalSystemMedDoc;
     static const auto s = [] {
         Section<D> keys("localSystem.med");
-        keys.field("deviceClass", &D::deviceClass,
-                   bounded("LldpXMedDeviceClass", medDeviceClasses), "lldpXMedLocDeviceClass")
+        keys.field("deviceClass", &D::deviceClass, bounded("LldpXMedDeviceClass", medDeviceClasses),
+                   "lldpXMedLocDeviceClass")
             .object("inventory", &D::inventory, inventoryKeys("local"),
                     "lldpXMedLocHardwareRev ... lldpXMedLocAssetID", byDefault("all empty"))
             .object("power", &D::power, localPowerMedKeys(), "the lldpXMedLocXPoE scalars",
@@ -612,17 +615,17 @@ void addLocalPortExtensionKeys(Section<LocalPortDoc, Lldp::LocalPort>& keys) {
                         }
                     });
                 })
-        .custom(listInfo("protocols", protocolKeys(),
-                         "lldpXdot1LocProtocolTable, lldpXdot1ConfigProtocolTable"),
-                [](const Json& j, const std::string& path, D& doc) {
-                    readList(j, path, protocolKeys(), [&](ProtocolItem e, auto& p) {
-                        Lldp::TxEnabled<Lldp::ProtocolIdentityInfo> member{{e.index, e.id},
-                                                                           e.txEnable};
-                        if (!doc.protocols.emplace(e.index, member).second) {
-                            fail(child(p, "index"), "duplicate protocol index");
-                        }
-                    });
-                })
+        .custom(
+            listInfo("protocols", protocolKeys(),
+                     "lldpXdot1LocProtocolTable, lldpXdot1ConfigProtocolTable"),
+            [](const Json& j, const std::string& path, D& doc) {
+                readList(j, path, protocolKeys(), [&](ProtocolItem e, auto& p) {
+                    Lldp::TxEnabled<Lldp::ProtocolIdentityInfo> member{{e.index, e.id}, e.txEnable};
+                    if (!doc.protocols.emplace(e.index, member).second) {
+                        fail(child(p, "index"), "duplicate protocol index");
+                    }
+                });
+            })
         .object("macPhy", &D::macPhy, localMacPhyKeys(), "lldpXdot3LocPortTable",
                 byDefault("all defaults"))
         .custom({"power", false, "object (`interface.local.power`)", "no power via MDI",
@@ -643,13 +646,13 @@ void addNeighborMedKey(Section<NeighborDoc, Lldp::RemoteSystem>& keys) {
 }
 
 std::vector<const SectionInfo*> extensionSections() {
-    return {&protoVlanKeys(),          &vlanNameKeys(),       &protocolKeys(),
-            &localMacPhyKeys(),        &localPowerKeys(),     &localPortMedKeys(),
-            &policyKeys("local"),      &locationKeys("local"), &psePortPowerKeys(),
-            &localSystemMedKeys(),     &inventoryKeys("local"), &localPowerMedKeys(),
-            &neighborMedKeys(),        &policyKeys("remote"), &inventoryKeys("remote"),
-            &locationKeys("remote"),   &neighborPowerKeys(),  &coordinateKeys(),
-            &civicAddressKeys(),       &civicElementKeys()};
+    return {&protoVlanKeys(),        &vlanNameKeys(),         &protocolKeys(),
+            &localMacPhyKeys(),      &localPowerKeys(),       &localPortMedKeys(),
+            &policyKeys("local"),    &locationKeys("local"),  &psePortPowerKeys(),
+            &localSystemMedKeys(),   &inventoryKeys("local"), &localPowerMedKeys(),
+            &neighborMedKeys(),      &policyKeys("remote"),   &inventoryKeys("remote"),
+            &locationKeys("remote"), &neighborPowerKeys(),    &coordinateKeys(),
+            &civicAddressKeys(),     &civicElementKeys()};
 }
 
 } // namespace LldpSnmpd

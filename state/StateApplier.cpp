@@ -103,7 +103,8 @@ void fillLocalPortMembers(Lldp::LocalPort& lp, Lldp::PortConfig& pc, const Local
         [&](const auto& k, const auto& v) { lp.mediaPolicyIs(k, v); },
         [&](const auto& k) { lp.mediaPolicyDel(k); });
     syncMembers(
-        lp.location(), doc.med.locations, [&](const auto& k, const auto& v) { lp.locationIs(k, v); },
+        lp.location(), doc.med.locations,
+        [&](const auto& k, const auto& v) { lp.locationIs(k, v); },
         [&](const auto& k) { lp.locationDel(k); });
 }
 

@@ -241,10 +241,10 @@ Section<Lldp::MacPhyConfigStatusInfo> macPhySection(std::string name) {
     using Info = Lldp::MacPhyConfigStatusInfo;
     Section<Info> keys(std::move(name));
     keys.field("autoNegSupported", &Info::autoNegSupported, boolean(), "")
-            .field("autoNegEnabled", &Info::autoNegEnabled, boolean(), "")
-            .field("autoNegAdvertisedCap", &Info::autoNegAdvertisedCapAsU16, number16(),
-                   "as the TLV carries it (bit 0 of the BITS value is 0x8000)")
-            .field("operMauType", &Info::operMauType, integer(), "");
+        .field("autoNegEnabled", &Info::autoNegEnabled, boolean(), "")
+        .field("autoNegAdvertisedCap", &Info::autoNegAdvertisedCapAsU16, number16(),
+               "as the TLV carries it (bit 0 of the BITS value is 0x8000)")
+        .field("operMauType", &Info::operMauType, integer(), "");
     return keys;
 }
 
@@ -252,12 +252,12 @@ Section<Lldp::PowerViaMdiInfo> powerSection(std::string name) {
     using Info = Lldp::PowerViaMdiInfo;
     Section<Info> keys(std::move(name));
     keys.field("portClass", &Info::powerPortClass,
-                   enumeration("LldpPowerPortClass", powerPortClasses), "")
-            .field("mdiSupported", &Info::powerMdiSupported, boolean(), "")
-            .field("mdiEnabled", &Info::powerMdiEnabled, boolean(), "")
-            .field("pairControllable", &Info::powerPairControllable, boolean(), "")
-            .field("pairs", &Info::powerPairs, enumeration("power pairs", powerPairs), "")
-            .field("class", &Info::powerClass, enumeration("power class", powerClasses), "");
+               enumeration("LldpPowerPortClass", powerPortClasses), "")
+        .field("mdiSupported", &Info::powerMdiSupported, boolean(), "")
+        .field("mdiEnabled", &Info::powerMdiEnabled, boolean(), "")
+        .field("pairControllable", &Info::powerPairControllable, boolean(), "")
+        .field("pairs", &Info::powerPairs, enumeration("power pairs", powerPairs), "")
+        .field("class", &Info::powerClass, enumeration("power class", powerClasses), "");
     return keys;
 }
 
@@ -595,12 +595,13 @@ const Section<StateDoc>& stateKeys() {
 }
 
 std::vector<const SectionInfo*> allSections() {
-    std::vector<const SectionInfo*> sections = {&stateKeys(),        &configKeys(),    &statusKeys(),        &localSystemKeys(),
-            &localManAddrKeys(), &interfaceKeys(), &portConfigKeys(),    &localPortKeys(),
-            &statisticsKeys(),   &neighborKeys(),  &remoteManAddrKeys(), &unknownTlvKeys(),
-            &orgDefTlvKeys(),    &dot1Keys(),      &protoVlanKeys(),     &vlanNameKeys(),
-            &protocolKeys(),     &dot3Keys(),      &macPhyKeys(),        &powerKeys(),
-            &linkAggKeys()};
+    std::vector<const SectionInfo*> sections = {
+        &stateKeys(),        &configKeys(),    &statusKeys(),        &localSystemKeys(),
+        &localManAddrKeys(), &interfaceKeys(), &portConfigKeys(),    &localPortKeys(),
+        &statisticsKeys(),   &neighborKeys(),  &remoteManAddrKeys(), &unknownTlvKeys(),
+        &orgDefTlvKeys(),    &dot1Keys(),      &protoVlanKeys(),     &vlanNameKeys(),
+        &protocolKeys(),     &dot3Keys(),      &macPhyKeys(),        &powerKeys(),
+        &linkAggKeys()};
     for (const auto* extension : extensionSections()) {
         sections.push_back(extension);
     }

@@ -86,7 +86,8 @@ Zim::String8 encodeCoordinates(const Coordinates& place) {
 Zim::String8 encodeCivicAddress(const CivicAddress& address) {
     if (address.what < 0 || address.what > 2)
         Zim::throwRangeException("what " + std::to_string(address.what) + " is not 0..2");
-    if (address.country.size() != 2 || !std::isalpha(static_cast<unsigned char>(address.country[0])) ||
+    if (address.country.size() != 2 ||
+        !std::isalpha(static_cast<unsigned char>(address.country[0])) ||
         !std::isalpha(static_cast<unsigned char>(address.country[1]))) {
         Zim::throwRangeException("country \"" + address.country +
                                  "\" is not a two-letter country code");

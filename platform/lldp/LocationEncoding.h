@@ -15,9 +15,9 @@
 namespace Lldp {
 
 struct Coordinates {
-    double latitude = 0;  // degrees, -90..90, north positive
-    double longitude = 0; // degrees, -180..180, east positive
-    double altitude = 0;  // in altitudeType units
+    double latitude = 0;      // degrees, -90..90, north positive
+    double longitude = 0;     // degrees, -180..180, east positive
+    double altitude = 0;      // in altitudeType units
     int32_t altitudeType = 1; // 0 none, 1 meters, 2 floors
     int32_t datum = 1;        // 1 WGS84, 2 NAD83/NAVD88, 3 NAD83/MLLW
     // Significant bits of each value (RFC 3825's resolutions).
@@ -27,7 +27,7 @@ struct Coordinates {
 };
 
 struct CivicAddress {
-    int32_t what = 1; // 0 the DHCP server, 1 the network element, 2 the client
+    int32_t what = 1;    // 0 the DHCP server, 1 the network element, 2 the client
     std::string country; // two letters, ISO 3166
     std::vector<std::pair<uint32_t, std::string>> elements; // CAtype 0..255, CAvalue
 };

@@ -106,8 +106,8 @@ std::string valueToStrep(const PolicyAppType& type) {
 
 std::string valueToStrep(const MediaPolicy& p) {
     return "Value('Lldp::MediaPolicy', ** {'appType': " + std::to_string(p.appType.value()) +
-           ", 'vlanId': " + std::to_string(p.vlanId) + ", 'priority': " +
-           std::to_string(p.priority) + ", 'dscp': " + std::to_string(p.dscp) +
+           ", 'vlanId': " + std::to_string(p.vlanId) +
+           ", 'priority': " + std::to_string(p.priority) + ", 'dscp': " + std::to_string(p.dscp) +
            ", 'unknown': " + (p.unknown ? "True" : "False") +
            ", 'tagged': " + (p.tagged ? "True" : "False") + "})";
 }
