@@ -1,0 +1,125 @@
+// The applier publishes a document as a difference: reactors hear of what changed and of
+// nothing else, a neighbour that changes keeps its entity, and the counters follow.
+#include "state/StateApplier.h"
+#include "state/StateParser.h"
+
+#include "platform/zim/Clock.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using namespace LldpSnmpd;
+
+const std::string local =
+    R"("localSystem": {"chassisIdSubtype": "local", "chassisId": "leaf1", "sysName": "leaf1"})";
+
+std::string neighbour(int index, const std::string& sysName) {
+    return R"({"index": )" + std::to_string(index) +
+           R"(, "chassisIdSubtype": 7, "chassisId": "c", "portIdSubtype": 7, "portId": "p",
+              "sysName": ")" +
+           sysName + R"(", "unknownTlvs": [{"type": 9, "info": "i"}]})";
+}
+
+StateDoc state(const std::string& neighbours, const std::string& more = "") {
+    return parseState("{" + local + R"(, "interfaces": [{"name": "Ethernet1", "portNum": 1,
+        "neighbors": [)" +
+                      neighbours + "]}" + more + "]}");
+}
+
+// Counts every change a neighbour's entity announces.
+struct ChangeCounter : Lldp::RemoteSystem::Notifiee {
+    int changes = 0;
+    void onSysName() override { ++changes; }
+    void onSysDesc() override { ++changes; }
+    void onLastChangeTime() override { ++changes; }
+    void onUnknownTlv(const uint32_t&) override { ++changes; }
+};
+
+class StateApplierTest : public testing::Test {
+protected:
+    void SetUp() override { Zim::nowIs(1000.0); }
+    void TearDown() override { Zim::nowIs(std::nullopt); }
+
+    Zim::Ptr<Lldp::RemoteSystem> remote(int index) const {
+        auto ps = store.status()->portStatus().find(Ifkit::IntfId(Zim::String8("Ethernet1")));
+        const auto* rs = ps ? (*ps)->remoteSystem().find(index) : nullptr;
+        return rs ? *rs : nullptr;
+    }
+
+    StateStore store;
+    StateApplier applier{store};
+};
+
+TEST_F(StateApplierTest, AnUnchangedDocumentChangesNothing) {
+    auto doc = state(neighbour(1, "spine1") + "," + neighbour(2, "spine2"));
+    auto first = applier.stateIs(doc);
+    EXPECT_EQ(first.interfacesAdded, 1u);
+    EXPECT_EQ(first.neighborsAdded, 2u);
+    ChangeCounter counter;
+    counter.notifierIs(remote(1));
+    Zim::nowIs(2000.0);
+
+    auto again = applier.stateIs(doc);
+    EXPECT_EQ(again.interfacesAdded + again.interfacesRemoved + again.neighborsAdded +
+                  again.neighborsRemoved + again.neighborsChanged,
+              0u);
+    EXPECT_FALSE(again.remoteTablesChanged());
+    EXPECT_EQ(counter.changes, 0);
+    EXPECT_EQ(store.status()->remTablesInserts(), 2u);
+    EXPECT_EQ(store.status()->remTablesLastChangeTime(), 1000.0);
+}
+
+TEST_F(StateApplierTest, AChangedNeighbourIsOneChangeAndKeepsItsEntity) {
+    applier.stateIs(state(neighbour(1, "spine1") + "," + neighbour(2, "spine2")));
+    auto before = remote(1);
+    ChangeCounter counter;
+    counter.notifierIs(before);
+    Zim::nowIs(2000.0);
+
+    auto summary = applier.stateIs(state(neighbour(1, "spine9") + "," + neighbour(2, "spine2")));
+    EXPECT_EQ(summary.neighborsChanged, 1u);
+    EXPECT_EQ(summary.neighborsAdded + summary.neighborsRemoved, 0u);
+    EXPECT_EQ(remote(1), before);
+    EXPECT_EQ(before->sysName().str(), "spine9");
+    EXPECT_EQ(before->lastChangeTime(), 2000.0);
+    EXPECT_EQ(counter.changes, 2); // the name and the change time, nothing else
+    EXPECT_EQ(remote(2)->lastChangeTime(), 1000.0);
+    EXPECT_EQ(store.status()->remTablesLastChangeTime(), 2000.0);
+    EXPECT_EQ(store.status()->remTablesInserts(), 2u);
+}
+
+TEST_F(StateApplierTest, NeighboursAndInterfacesThatComeAndGoAreCounted) {
+    applier.stateIs(state(neighbour(1, "a") + "," + neighbour(2, "b")));
+    auto summary = applier.stateIs(state(neighbour(2, "b") + "," + neighbour(3, "c"),
+                                         R"(, {"name": "Ethernet2", "portNum": 2})"));
+    EXPECT_EQ(summary.neighborsAdded, 1u);
+    EXPECT_EQ(summary.neighborsRemoved, 1u);
+    EXPECT_EQ(summary.interfacesAdded, 1u);
+    EXPECT_EQ(store.status()->remTablesInserts(), 3u);
+    EXPECT_EQ(store.status()->remTablesDeletes(), 1u);
+    EXPECT_FALSE(remote(1));
+
+    auto gone = applier.stateIs(parseState("{" + local + "}"));
+    EXPECT_EQ(gone.interfacesRemoved, 2u);
+    EXPECT_EQ(gone.neighborsRemoved, 2u);
+    EXPECT_EQ(store.status()->remTablesDeletes(), 3u);
+    EXPECT_TRUE(store.status()->portStatus().empty());
+}
+
+TEST_F(StateApplierTest, CountersGivenByTheDocumentWinAndCountingGoesOnFromThem) {
+    applier.stateIs(parseState(
+        "{" + local + R"(, "status": {"remTablesInserts": 40, "remTablesLastChangeTime": 5})" +
+        R"(, "config": {"txDelay": 7}})"));
+    EXPECT_EQ(store.status()->remTablesInserts(), 40u);
+    EXPECT_EQ(store.status()->remTablesLastChangeTime(), 5.0);
+    EXPECT_EQ(store.config()->txDelay(), 7);
+    EXPECT_EQ(store.localSystem()->sysName().str(), "leaf1");
+    applier.stateIs(state(neighbour(1, "a")));
+    EXPECT_EQ(store.status()->remTablesInserts(), 41u);
+    EXPECT_EQ(store.config()->txDelay(), 2);
+}
+
+} // namespace

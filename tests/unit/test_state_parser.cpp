@@ -1,0 +1,178 @@
+// The state file's value readers and refusals, read directly: what each accepts, what it
+// refuses, and that every refusal names the JSON path of the offending value.
+#include "state/StateParser.h"
+#include "state/ValueReaders.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace LldpSnmpd;
+using namespace std::string_literals;
+
+Json parse(const char* text) {
+    return Json::parse(text);
+}
+
+// The refusal that reading throws: "path: reason".
+template <class F> std::string refusal(F&& read) {
+    try {
+        read();
+    } catch (const StateError& e) {
+        return e.path() + ": " + e.reason();
+    }
+    return "accepted";
+}
+
+#define EXPECT_REFUSED(expr, text) EXPECT_EQ(refusal([&] { (void)(expr); }), (text))
+
+TEST(StateValueReaders, IntegersAreWholeJsonNumbersWithinTheirType) {
+    EXPECT_EQ(readInt32(parse("-2147483648"), "$.a"), INT32_MIN);
+    EXPECT_EQ(readUint32(parse("4294967295"), "$.a"), UINT32_MAX);
+    EXPECT_EQ(readIndex(parse("2147483647"), "$.a"), INT32_MAX);
+    EXPECT_REFUSED(readInt32(parse("2147483648"), "$.a"),
+                   "$.a: 2147483648 is out of range (-2147483648..2147483647)");
+    EXPECT_REFUSED(readUint32(parse("-1"), "$.b"), "$.b: -1 is out of range (0..4294967295)");
+    EXPECT_REFUSED(readIndex(parse("0"), "$.c"), "$.c: 0 is out of range (1..2147483647)");
+    EXPECT_REFUSED(readInt32(parse("30.0"), "$.d"), "$.d: expected an integer, found 30.0");
+    EXPECT_REFUSED(readInt32(parse("\"30\""), "$.e"),
+                   "$.e: expected an integer, found the string \"30\"");
+    EXPECT_REFUSED(readInteger(parse("18446744073709551615"), "$.f", 0, 10),
+                   "$.f: 18446744073709551615 is out of range (0..10)");
+}
+
+TEST(StateValueReaders, EnumerationsTakeTheMibNameOrAnyNumber) {
+    EXPECT_EQ(readEnum(parse("\"txAndRx\""), "$", adminStatuses), 3);
+    EXPECT_EQ(readEnum(parse("4"), "$", adminStatuses), 4);
+    EXPECT_EQ(readEnum(parse("99"), "$", adminStatuses), 99);
+    EXPECT_REFUSED(readEnum(parse("\"both\""), "$.x", adminStatuses),
+                   "$.x: unknown name \"both\"; expected one of: txOnly, rxOnly, txAndRx, "
+                   "disabled (or a number)");
+    EXPECT_REFUSED(readEnum(parse("true"), "$.x", powerPairs),
+                   "$.x: expected a name (signal, spare) or a number, found true");
+}
+
+TEST(StateValueReaders, BitSetsCombineNamesAndNumbersAndNameTheBadElement) {
+    EXPECT_EQ(readBits(parse("[\"bridge\", 4]"), "$", systemCapabilities, 16), (1u << 2) | 16u);
+    EXPECT_EQ(readBits(parse("[]"), "$", systemCapabilities, 16), 0u);
+    EXPECT_EQ(readBits(parse("[\"capable\", \"aggEnabled\"]"), "$", linkAggStatuses, 8), 3u);
+    EXPECT_REFUSED(readBits(parse("[1, 4]"), "$.t", tlvsTxEnable, 4),
+                   "$.t[1]: 4 is out of range (0..3)");
+    EXPECT_REFUSED(readBits(parse("[\"switch\"]"), "$.c", systemCapabilities, 16),
+                   "$.c[0]: unknown bit name \"switch\"; expected one of: other, repeater, "
+                   "bridge, wlanAccessPoint, router, telephone, docsisCableDevice, stationOnly "
+                   "(or a bit number)");
+    EXPECT_REFUSED(readBits(parse("\"bridge\""), "$.c", systemCapabilities, 16),
+                   "$.c: expected an array, found the string \"bridge\"");
+}
+
+TEST(StateValueReaders, OctetsAreTextHexMacOrAddressText) {
+    EXPECT_EQ(readOctets(parse("\"ab\""), "$").str(), "ab");
+    EXPECT_EQ(readOctets(parse("{\"hex\": \"00ff\"}"), "$").str(), std::string("\x00\xff", 2));
+    EXPECT_EQ(readMac(parse("\"02-00-00-0a-0B-0c\""), "$").str(), "\x02\0\0\x0a\x0b\x0c"s);
+    EXPECT_EQ(readIdOctets(parse("\"02:00\""), "$", false).str(), "02:00");
+    EXPECT_EQ(readAddress(parse("\"192.0.2.1\""), "$", familyIpV4).str(), "\xc0\0\x02\x01"s);
+    EXPECT_EQ(readAddress(parse("\"2001:db8::1\""), "$", familyIpV6).size(), 16u);
+    EXPECT_EQ(readAddress(parse("\"192.0.2.1\""), "$", 6).str(), "192.0.2.1");
+
+    EXPECT_REFUSED(readOctets(parse("{\"hex\": \"abc\"}"), "$.o"),
+                   "$.o.hex: odd number of hex digits");
+    EXPECT_REFUSED(readOctets(parse("{\"hex\": \"0g\"}"), "$.o"), "$.o.hex: not a hex string: 0g");
+    EXPECT_REFUSED(readOctets(parse("{\"hex\": \"00\", \"x\": 1}"), "$.o"),
+                   "$.o.x: unknown key; expected one of: hex");
+    EXPECT_REFUSED(readOctets(parse("7"), "$.o"),
+                   "$.o: expected a string or {\"hex\": \"...\"}, found 7");
+    EXPECT_EQ(refusal([] {
+                  readMac(parse("\"02:00:00:00:00\""), "$.m");
+              }).rfind("$.m: expected a MAC address such as", 0),
+              0u);
+    EXPECT_REFUSED(readAddress(parse("\"192.0.2.300\""), "$.a", familyIpV4),
+                   "$.a: expected an IPv4 address such as \"192.0.2.1\", found the string "
+                   "\"192.0.2.300\"");
+}
+
+TEST(StateValueReaders, OidsAreTwoTo128DottedSubIdentifiersOf32Bits) {
+    EXPECT_EQ(readOid(parse("\"1.3.6.1.2.1.2.2.1.1\""), "$").str(), "1.3.6.1.2.1.2.2.1.1");
+    EXPECT_EQ(readOid(parse("\".0.0\""), "$").str(), ".0.0");
+    EXPECT_EQ(readOid(parse("\"1.3.4294967295\""), "$").str(), "1.3.4294967295");
+    std::string longest = "1";
+    for (int i = 1; i < 128; ++i) {
+        longest += ".1";
+    }
+    EXPECT_EQ(readOid(Json(longest), "$").str(), longest);
+    for (const std::string& bad :
+         std::vector<std::string>{"1", "1..3", "1.3.", "1.3.x", "1.3.4294967296", longest + ".1"}) {
+        EXPECT_EQ(refusal([&] {
+                      readOid(Json(bad), "$.oid");
+                  }).rfind("$.oid: expected an OID of 2 to 128 dotted numbers", 0),
+                  0u)
+            << bad;
+    }
+}
+
+TEST(StateValueReaders, OuisAreThreeBytesInAnyOfTheirForms) {
+    for (const char* text : {"\"00-12-bb\"", "\"00:12:BB\"", "{\"hex\": \"0012bb\"}", "4795"}) {
+        EXPECT_EQ(readOui(parse(text), "$").value(), 0x0012bbu) << text;
+    }
+    EXPECT_REFUSED(readOui(parse("\"0012bb\""), "$.oui"),
+                   "$.oui: expected an OUI such as \"00-12-bb\", found the string \"0012bb\"");
+    EXPECT_REFUSED(readOui(parse("\"00-12:bb\""), "$.oui"),
+                   "$.oui: expected an OUI such as \"00-12-bb\", found the string \"00-12:bb\"");
+    EXPECT_REFUSED(readOui(parse("{\"hex\": \"0012\"}"), "$.oui"),
+                   "$.oui: an OUI is 3 bytes, found 2");
+    EXPECT_REFUSED(readOui(parse("16777216"), "$.oui"),
+                   "$.oui: 16777216 is out of range (0..16777215)");
+}
+
+TEST(StateDocumentRefusals, NameTheJsonPathOfTheOffendingKey) {
+    const std::string head = R"({"localSystem": {"chassisIdSubtype": "local", "chassisId": "x"},
+        "interfaces": [{"name": "Ethernet1", "portNum": 1}, {"name": "Ethernet2", "portNum": 2,
+        "neighbors": [{"index": 3, "chassisIdSubtype": 7, "chassisId": "c",
+        "portIdSubtype": 7, "portId": "p", )";
+    auto neighbour = [&](const std::string& rest) {
+        return refusal([&] { parseState(head + rest + "}]}]}"); });
+    };
+    const std::string n = "$.interfaces[1].neighbors[0]";
+    EXPECT_EQ(neighbour(R"("sysName": 5)"),
+              n + ".sysName: expected a string or {\"hex\": \"...\"}, found 5");
+    EXPECT_EQ(
+        neighbour(R"("dot1": {"protocols": [{"index": 1, "id": "a"}, {"index": 1, "id": "b"}]})"),
+        n + ".dot1.protocols[1].index: duplicate protocol index");
+    EXPECT_EQ(neighbour(R"("dot3": {"power": {"class": "class9"}})"),
+              n + ".dot3.power.class: unknown name \"class9\"; expected one of: class0, class1, "
+                  "class2, class3, class4 (or a number)");
+    EXPECT_EQ(neighbour(R"("managementAddresses": [{"subtype": -1, "address": "a"}])"),
+              n + ".managementAddresses[0].subtype: an address family is not negative");
+    EXPECT_EQ(neighbour(R"("orgDefTlvs": [{"oui": 1, "subtype": 1, "info": "i"}])"),
+              n + ".orgDefTlvs[0]: missing key \"index\"");
+    EXPECT_EQ(neighbour(R"("dot3": {"macPhy": {"autoNegAdvertisedCap": "0x10000"}})"),
+              n + ".dot3.macPhy.autoNegAdvertisedCap: expected a 16-bit number such as 27648 or "
+                  "\"0x6c00\", found the string \"0x10000\"");
+    EXPECT_EQ(refusal([] { parseState(R"({"localSystem": {}, "localSystem": {}})"); }),
+              "$.localSystem: duplicate key (a key may appear once per object)");
+    EXPECT_EQ(refusal([] { parseState("{}"); }), "$: missing key \"localSystem\"");
+}
+
+TEST(StateDocumentReading, DefaultsFollowTheDocumentAndTheInterfaceName) {
+    auto doc = parseState(R"({"localSystem": {"chassisIdSubtype": "macAddress",
+        "chassisId": "02:00:00:00:00:01"}, "interfaces": [{"name": "Ethernet7", "portNum": 7,
+        "local": {"portDesc": "d"}, "neighbors": [{"index": 1, "chassisIdSubtype": 4,
+        "chassisId": "02:00:00:00:00:02", "portIdSubtype": 3, "portId": "02-00-00-00-00-03",
+        "dot3": {"maxFrameSize": 9236}}]}]})");
+    const auto& intf = doc.interfaces.at(Ifkit::IntfId(Zim::String8("Ethernet7")));
+    EXPECT_EQ(intf.local.portId.str(), "Ethernet7");
+    EXPECT_EQ(intf.local.portIdSubtype, 5);
+    EXPECT_EQ(intf.config.adminStatus, 3);
+    EXPECT_EQ(doc.config.messageTxInterval, 30);
+    const auto& n = intf.neighbors.at(1);
+    EXPECT_EQ(n.portId.size(), 6u);
+    EXPECT_EQ(n.maxFrameSize, 9236);
+    EXPECT_FALSE(n.macPhy);
+    EXPECT_FALSE(n.portVlanId);
+    EXPECT_FALSE(doc.status.remTablesInserts);
+}
+
+} // namespace
