@@ -38,8 +38,8 @@ std::string describe(const ApplySummary& s) {
 StateFile::StateFile(std::string path, StateApplier& applier)
     : path_(std::move(path)), applier_(applier) {
     std::filesystem::path p(path_);
-    fileName_ = p.filename().string();
-    directory_ = p.has_parent_path() ? p.parent_path().string() : ".";
+    own_.name = p.filename().string();
+    own_.directory = p.has_parent_path() ? p.parent_path().string() : ".";
 }
 
 StateFile::~StateFile() {
@@ -57,6 +57,11 @@ bool StateFile::load() {
                  (everApplied_ ? " (the state served stays as it was)" : ""));
         JOTLOG("refused " << path_ << ": " << e.what());
         return false;
+    } catch (const std::exception& e) {
+        // Out of memory, or a fault of ours: refused all the same, never fatal.
+        logError("refusing state file " + path_ + ": " + e.what() +
+                 (everApplied_ ? " (the state served stays as it was)" : ""));
+        return false;
     }
     try {
         auto summary = applier_.stateIs(doc);
@@ -70,16 +75,46 @@ bool StateFile::load() {
     }
 }
 
+namespace {
+constexpr uint32_t watchMask =
+    IN_CLOSE_WRITE | IN_MOVED_TO | IN_DELETE | IN_MOVED_FROM | IN_DELETE_SELF | IN_MOVE_SELF;
+}
+
 void StateFile::watch() {
     fd_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     if (fd_ < 0) {
         throw std::runtime_error(std::string("inotify: ") + std::strerror(errno));
     }
-    const uint32_t mask =
-        IN_CLOSE_WRITE | IN_MOVED_TO | IN_DELETE | IN_MOVED_FROM | IN_DELETE_SELF | IN_MOVE_SELF;
-    if (inotify_add_watch(fd_, directory_.c_str(), mask) < 0) {
-        throw std::runtime_error("cannot watch " + directory_ + ": " + std::strerror(errno));
+    own_.wd = inotify_add_watch(fd_, own_.directory.c_str(), watchMask);
+    if (own_.wd < 0) {
+        throw std::runtime_error("cannot watch " + own_.directory + ": " + std::strerror(errno));
     }
+    watchTarget();
+}
+
+void StateFile::watchTarget() {
+    std::error_code error;
+    if (!std::filesystem::is_symlink(path_, error)) {
+        return;
+    }
+    auto resolved = std::filesystem::weakly_canonical(path_, error);
+    if (error) {
+        return;
+    }
+    Watch next{-1, resolved.parent_path().string(), resolved.filename().string()};
+    if (next.directory == target_.directory && next.name == target_.name) {
+        return;
+    }
+    // Watching the same folder twice yields the same descriptor: it must not be removed.
+    if (target_.wd >= 0 && target_.wd != own_.wd) {
+        inotify_rm_watch(fd_, target_.wd);
+    }
+    next.wd = inotify_add_watch(fd_, next.directory.c_str(), watchMask);
+    if (next.wd < 0) {
+        logWarning("cannot watch " + next.directory + ", where the state file " + path_ +
+                   " leads: " + std::strerror(errno) + "; changes there are seen on SIGHUP only");
+    }
+    target_ = next;
 }
 
 void StateFile::onReadable() {
@@ -95,11 +130,15 @@ void StateFile::onReadable() {
             const auto* event = reinterpret_cast<const struct inotify_event*>(buffer + at);
             at += static_cast<ssize_t>(sizeof(struct inotify_event) + event->len);
             if (event->mask & (IN_DELETE_SELF | IN_MOVE_SELF)) {
-                logWarning("the directory " + directory_ + " of the state file went away; " +
-                           "changes to " + path_ + " are no longer seen");
+                if (event->wd == own_.wd) {
+                    logWarning("the directory " + own_.directory + " of the state file went " +
+                               "away; changes to " + path_ + " are no longer seen");
+                }
                 continue;
             }
-            if (event->len == 0 || fileName_ != event->name) {
+            const bool ours = (event->wd == own_.wd && own_.name == event->name) ||
+                              (event->wd == target_.wd && target_.name == event->name);
+            if (event->len == 0 || !ours) {
                 continue;
             }
             if (event->mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) {
@@ -112,6 +151,7 @@ void StateFile::onReadable() {
     }
     // One load for a burst of events; a file that was replaced is read once it is in place.
     if (changed && !gone) {
+        watchTarget(); // the link may lead elsewhere now
         load();
     } else if (gone) {
         logWarning("state file " + path_ + " was removed; the state served stays as it was");

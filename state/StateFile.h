@@ -1,11 +1,13 @@
 #pragma once
 // The JSON state file as a source of the LLDP agent's state: read at start, then watched. The
 // watch is on the file's directory, so a file replaced by rename (as editors and careful
-// writers do) is seen as well as one rewritten in place. A file that does not parse or
-// validate is refused whole and the state already served stays as it is.
+// writers do) is seen as well as one rewritten in place; when the path is a symbolic link, the
+// folder of the file it resolves to is watched too. A file that does not parse or validate is
+// refused whole and the state already served stays as it is.
 #include "state/StateApplier.h"
 
 #include <string>
+#include <vector>
 
 namespace LldpSnmpd {
 
@@ -29,9 +31,18 @@ public:
     void onReadable();
 
 private:
+    // A name in a watched folder whose changes mean the state file changed.
+    struct Watch {
+        int wd = -1;
+        std::string directory;
+        std::string name;
+    };
+    // Follows the path's links and watches the folder of the file they end at.
+    void watchTarget();
+
     std::string path_;
-    std::string directory_;
-    std::string fileName_;
+    Watch own_;
+    Watch target_;
     StateApplier& applier_;
     int fd_ = -1;
     bool everApplied_ = false;

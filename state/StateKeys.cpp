@@ -73,6 +73,7 @@ ValueType<int32_t> addressFamily() {
 DependentType<ManAddrItem, Zim::String8> address() {
     return {[](const Json& j, const std::string& path, const ManAddrItem& item) {
                 auto bytes = readAddress(j, path, item.subtype);
+                checkLength(j, path, bytes.size(), 31);
                 checked(path, [&] { return Lldp::ManagementAddress::Key(item.subtype, bytes); });
                 return bytes;
             },
@@ -81,10 +82,9 @@ DependentType<ManAddrItem, Zim::String8> address() {
 }
 
 template <class Vlan> ValueType<Vlan> vlan(std::string text, uint16_t min) {
-    return {[](const Json& j, const std::string& path) {
+    return {[min](const Json& j, const std::string& path) {
                 return checked(path, [&] {
-                    return Vlan(static_cast<uint16_t>(
-                        readInteger(j, path, 0, std::numeric_limits<uint16_t>::max())));
+                    return Vlan(static_cast<uint16_t>(readInteger(j, path, min, 4094)));
                 });
             },
             std::move(text),
@@ -178,9 +178,9 @@ const Section<ProtocolItem>& protocolKeys() {
 const Section<UnknownTlvItem>& unknownTlvKeys() {
     static const auto s = [] {
         Section<UnknownTlvItem> keys("neighbor.unknownTlvs[]");
-        keys.field("type", &UnknownTlvItem::type, counter("integer 9..126"),
+        keys.field("type", &UnknownTlvItem::type, unsignedIn("integer 9..126", 9, 126),
                    "the TLV type, one element per type", required)
-            .field("info", &UnknownTlvItem::info, octets(), "at most 511 bytes", required);
+            .field("info", &UnknownTlvItem::info, octets("octet string", 511), "", required);
         return keys;
     }();
     return s;

@@ -4,6 +4,7 @@
 // "$.interfaces[2].neighbors[0].chassisId") and why.
 #include "state/StateDoc.h"
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -22,9 +23,15 @@ private:
     std::string reason_;
 };
 
+// Limits of what is read, so that no file however large or deep holds the reader for long.
+inline constexpr size_t maxStateFileSize = 64 * 1024 * 1024;
+inline constexpr size_t maxStateDepth = 32;
+inline constexpr size_t maxStateString = 64 * 1024;
+
 // Throws StateError.
 StateDoc parseState(std::string_view text);
-// Reads and parses a file; an unreadable file is a StateError too (path "$").
+// Reads and parses a regular file (after links); anything else, or an unreadable or too
+// large file, is a StateError too (path "$"). Never blocks on a named pipe.
 StateDoc loadStateFile(const std::string& fileName);
 
 } // namespace LldpSnmpd

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <limits>
 
@@ -12,8 +13,25 @@ namespace LldpSnmpd {
     throw StateError(path, std::move(reason));
 }
 
+std::string quotedText(std::string_view text) {
+    constexpr size_t longest = 44;
+    const bool cut = text.size() > longest;
+    // ASCII only and every control character escaped: file content never forges a log line
+    // or reaches a terminal as an escape sequence.
+    auto shown = Json(std::string(text.substr(0, cut ? longest : text.size())))
+                     .dump(-1, ' ', true, Json::error_handler_t::replace);
+    if (cut) {
+        shown.insert(shown.size() - 1, "...");
+    }
+    return shown;
+}
+
 std::string child(const std::string& path, std::string_view key) {
-    return path + "." + std::string(key);
+    const bool plain =
+        !key.empty() && key.size() <= 64 && std::all_of(key.begin(), key.end(), [](char c) {
+            return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
+        });
+    return plain ? path + "." + std::string(key) : path + "[" + quotedText(key) + "]";
 }
 
 std::string element(const std::string& path, size_t i) {
@@ -22,8 +40,7 @@ std::string element(const std::string& path, size_t i) {
 
 std::string describe(const Json& j) {
     if (j.is_string()) {
-        auto text = j.dump();
-        return "the string " + (text.size() > 48 ? text.substr(0, 44) + "...\"" : text);
+        return "the string " + quotedText(j.get_ref<const std::string&>());
     }
     if (j.is_number() || j.is_boolean()) {
         return j.dump();
@@ -128,8 +145,9 @@ double readTime(const Json& j, const std::string& path) {
         fail(path, "expected seconds since 1970 as a number, found " + describe(j));
     }
     double t = j.get<double>();
-    if (!std::isfinite(t) || t < 0) {
-        fail(path, j.dump() + " is not a time (seconds since 1970)");
+    if (!std::isfinite(t) || t < 0 || t > latestTime) {
+        fail(path, j.dump() + " is not a time (seconds since 1970, 0.." +
+                       std::to_string(static_cast<int64_t>(latestTime)) + ")");
     }
     return t;
 }
@@ -142,7 +160,7 @@ int32_t readEnum(const Json& j, const std::string& path, Names names) {
                 return n.value;
             }
         }
-        fail(path, "unknown name " + j.dump() + "; expected one of: " + nameList(names) +
+        fail(path, "unknown name " + quotedText(text) + "; expected one of: " + nameList(names) +
                        " (or a number)");
     }
     if (j.is_number_integer()) {
@@ -167,7 +185,7 @@ uint32_t readBits(const Json& j, const std::string& path, Names names, int width
                 }
             }
             if (bit < 0) {
-                fail(itemPath, "unknown bit name " + item.dump() +
+                fail(itemPath, "unknown bit name " + quotedText(text) +
                                    "; expected one of: " + nameList(names) + " (or a bit number)");
             }
         } else if (item.is_number_integer()) {
@@ -205,7 +223,7 @@ std::string hexBytes(std::string_view text, const std::string& path) {
         int hi = hexDigit(text[i]);
         int lo = hexDigit(text[i + 1]);
         if (hi < 0 || lo < 0) {
-            fail(path, "not a hex string: " + std::string(text));
+            fail(path, "not a hex string: " + quotedText(text));
         }
         bytes.push_back(static_cast<char>(hi * 16 + lo));
     }
@@ -228,6 +246,13 @@ Zim::String8 readOctets(const Json& j, const std::string& path) {
         return Zim::String8(hexBytes(hex.get_ref<const std::string&>(), o.path("hex")));
     }
     fail(path, "expected a string or {\"hex\": \"...\"}, found " + describe(j));
+}
+
+void checkLength(const Json& j, const std::string& path, size_t bytes, size_t most) {
+    if (bytes > most) {
+        fail(path, describe(j) + " has " + std::to_string(bytes) + " bytes, more than the " +
+                       std::to_string(most) + " allowed");
+    }
 }
 
 // "aa:bb:cc:dd:ee:ff" (or with dashes) as six bytes.
@@ -287,6 +312,7 @@ Zim::String8 readOid(const Json& j, const std::string& path) {
         rest.remove_prefix(1);
     }
     size_t count = 0;
+    uint64_t arcs[2] = {0, 0};
     bool ok = !rest.empty();
     while (ok && !rest.empty()) {
         size_t digits = 0;
@@ -297,6 +323,9 @@ Zim::String8 readOid(const Json& j, const std::string& path) {
             ++digits;
         }
         ok = digits > 0 && value <= 0xffffffffULL && ++count <= 128;
+        if (count <= 2) {
+            arcs[count - 1] = value;
+        }
         rest.remove_prefix(digits);
         if (ok && !rest.empty()) {
             ok = rest.front() == '.' && rest.size() > 1;
@@ -307,6 +336,17 @@ Zim::String8 readOid(const Json& j, const std::string& path) {
         fail(path, "expected an OID of 2 to 128 dotted numbers such as \"1.3.6.1.2.1.2.2.1.1\", "
                    "found " +
                        describe(j));
+    }
+    // BER carries the first two arcs as one sub-identifier, 40 * first + second, of 32 bits.
+    if (arcs[0] > 2) {
+        fail(path, describe(j) + " cannot be sent: the first number of an OID is 0, 1 or 2");
+    }
+    if (arcs[0] < 2 && arcs[1] >= 40) {
+        fail(path, describe(j) + " cannot be sent: under " + std::to_string(arcs[0]) +
+                       " the second number is 0..39");
+    }
+    if (arcs[1] > 0xffffffffULL - 80) {
+        fail(path, describe(j) + " cannot be sent: under 2 the second number is 0..4294967215");
     }
     return Zim::String8(text);
 }

@@ -21,6 +21,9 @@ namespace LldpSnmpd {
 using Json = nlohmann::json;
 
 [[noreturn]] void fail(const std::string& path, std::string reason);
+// Text from the file as a message shows it: quoted, escaped, at most 44 characters of it.
+std::string quotedText(std::string_view text);
+// A member's path: ".key", or ["key"] quoted when the key is not a plain name.
 std::string child(const std::string& path, std::string_view key);
 std::string element(const std::string& path, size_t i);
 // A value as a message shows it: strings quoted and shortened, containers by kind.
@@ -50,7 +53,9 @@ int32_t readInt32(const Json& j, const std::string& path);
 uint32_t readUint32(const Json& j, const std::string& path);
 // Table indexes: a negative value has no place in an OID.
 int32_t readIndex(const Json& j, const std::string& path);
-// Seconds since 1970.
+// The last second of the year 9999.
+inline constexpr double latestTime = 253402300799.0;
+// Seconds since 1970, 0..latestTime.
 double readTime(const Json& j, const std::string& path);
 // A name of names, or any 32-bit number.
 int32_t readEnum(const Json& j, const std::string& path, Names names);
@@ -58,6 +63,8 @@ int32_t readEnum(const Json& j, const std::string& path, Names names);
 uint32_t readBits(const Json& j, const std::string& path, Names names, int width);
 // An octet string: a JSON string is its UTF-8 bytes, {"hex": "0a0b"} raw bytes.
 Zim::String8 readOctets(const Json& j, const std::string& path);
+// Refuses more than most bytes of the value j was read into.
+void checkLength(const Json& j, const std::string& path, size_t bytes, size_t most);
 // "aa:bb:cc:dd:ee:ff" (or with dashes) as six bytes, or octets.
 Zim::String8 readMac(const Json& j, const std::string& path);
 Zim::String8 readIdOctets(const Json& j, const std::string& path, bool isMac);

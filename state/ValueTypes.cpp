@@ -63,6 +63,14 @@ ValueType<uint32_t> counter(std::string text) {
             [](const uint32_t& v) { return std::to_string(v); }};
 }
 
+ValueType<uint32_t> unsignedIn(std::string text, uint32_t min, uint32_t max) {
+    return {[min, max](const Json& j, const std::string& path) {
+                return static_cast<uint32_t>(readInteger(j, path, min, max));
+            },
+            std::move(text), integerSchema(min, max),
+            [](const uint32_t& v) { return std::to_string(v); }};
+}
+
 ValueType<uint16_t> number16() {
     return {readU16,
             "16-bit number or `\"0x6c00\"`",
@@ -73,7 +81,7 @@ ValueType<uint16_t> number16() {
 }
 
 ValueType<double> time() {
-    return {readTime, "time", {{"type", "number"}, {"minimum", 0}}, {}};
+    return {readTime, "time", {{"type", "number"}, {"minimum", 0}, {"maximum", latestTime}}, {}};
 }
 
 ValueType<int32_t> enumeration(std::string text, Names names) {
@@ -94,6 +102,16 @@ ValueType<int32_t> enumeration(std::string text, Names names) {
 
 ValueType<Zim::String8> octets(std::string text) {
     return {readOctets, std::move(text), octetsSchema(), showOctets};
+}
+
+ValueType<Zim::String8> octets(std::string text, size_t most) {
+    return {[most](const Json& j, const std::string& path) {
+                auto bytes = readOctets(j, path);
+                checkLength(j, path, bytes.size(), most);
+                return bytes;
+            },
+            std::move(text) + ", at most " + std::to_string(most) + " bytes", octetsSchema(),
+            showOctets};
 }
 
 ValueType<Zim::String8> oid() {

@@ -22,10 +22,12 @@ ValueType<int32_t> integer(std::string text = "integer",
 // A table index: 1..2147483647.
 ValueType<int32_t> index(std::string text);
 ValueType<uint32_t> counter(std::string text = "counter");
+ValueType<uint32_t> unsignedIn(std::string text, uint32_t min, uint32_t max);
 ValueType<uint16_t> number16();
 ValueType<double> time();
 ValueType<int32_t> enumeration(std::string text, Names names);
 ValueType<Zim::String8> octets(std::string text = "octet string");
+ValueType<Zim::String8> octets(std::string text, size_t most);
 ValueType<Zim::String8> oid();
 ValueType<Lldp::Oui> oui();
 

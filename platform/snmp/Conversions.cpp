@@ -5,6 +5,7 @@
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -98,15 +99,19 @@ int32_t AsnIntegerToS32(const variable_list* var) {
     return static_cast<int32_t>(static_cast<uint32_t>(*var->val.integer));
 }
 
+// A time after now (a clock ahead, a typing error) is shown as now: a change cannot have
+// happened later than the moment it is read.
 double NowSecondsToUptimeSeconds(double seconds) {
-    double uptime = seconds - startTime();
+    double uptime = std::min(seconds, Zim::now()) - startTime();
     return uptime > 0.0 ? uptime : 0.0;
 }
 
+// Wraps at 2^32 hundredths as TimeTicks do; fmod keeps that defined for every double.
 uint32_t SecondsToTimeTicks(double seconds) {
-    if (!(seconds > 0.0))
+    const double ticks = std::floor(seconds * 100.0);
+    if (!(ticks > 0.0) || !std::isfinite(ticks))
         return 0;
-    return static_cast<uint32_t>(static_cast<uint64_t>(std::floor(seconds * 100.0)));
+    return static_cast<uint32_t>(std::fmod(ticks, 4294967296.0));
 }
 
 void agentStartTimeIs(double seconds) {

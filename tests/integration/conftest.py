@@ -249,6 +249,16 @@ def stop(proc, sig=signal.SIGTERM):
     return proc.returncode
 
 
+# What AddressSanitizer, LeakSanitizer and UndefinedBehaviorSanitizer write when they find a
+# fault, in a daemon built with them (scripts/test.sh runs this suite against such a build).
+SANITIZER_REPORT = re.compile(r"ERROR: (?:Address|Leak)Sanitizer|runtime error: |"
+                              r"SUMMARY: \w+Sanitizer")
+
+
+def sanitizer_reports(text):
+    return [line for line in text.splitlines() if SANITIZER_REPORT.search(line)]
+
+
 def _daemons(folder):
     started = []
 
@@ -261,6 +271,7 @@ def _daemons(folder):
     # Every daemon stops on SIGTERM and exits 0 by itself: a shutdown fault fails the test.
     codes = [(d, d.stop()) for d in started]
     for daemon, code in codes:
+        assert not sanitizer_reports(daemon.log()), f"sanitizer report:\n{daemon.log()}"
         assert code == 0, f"lldp-snmpd stopped with {code}:\n{daemon.log()}"
 
 

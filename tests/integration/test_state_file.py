@@ -3,6 +3,7 @@ path and the reason, with the state already served kept."""
 
 import copy
 import json
+import os
 import re
 import subprocess
 
@@ -36,10 +37,14 @@ REFUSED = [
     ("$.interfaces[0].name", "", "expected an interface name"),
     ("$.interfaces[0].config", {"notificationEnable": 1}, "expected true or false",
      ".notificationEnable"),
-    (N + ".dot1.vlanNames[0].id", 0, "VlanId::value < 1 or > 4094 not allowed"),
-    (N + ".unknownTlvs[0]", {"type": 8, "info": "x"}, "UnknownTlv::type < 9 or > 126"),
+    (N + ".dot1.vlanNames[0].id", 0, "0 is out of range (1..4094)"),
+    (N + ".dot1.protoVlans", [{"id": 4095}], "4095 is out of range (0..4094)", "[0].id"),
+    (N + ".unknownTlvs[0]", {"type": 8, "info": "x"}, "8 is out of range (9..126)", ".type"),
+    (N + ".unknownTlvs[0]", {"type": 9, "info": "x" * 512},
+     'the string "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx..." has 512 bytes, more than the '
+     "511 allowed", ".info"),
     (N + ".managementAddresses[0]", {"subtype": "other", "address": {"hex": "01" * 32}},
-     "ManAddress::bytes > 31 not allowed", ".address"),
+     "has 32 bytes, more than the 31 allowed", ".address"),
     (N + ".managementAddresses[0].address", "2001:db8::1", "expected an IPv4 address"),
     (N + ".managementAddresses[1]", {"subtype": "ipV6", "address": "2001:db8::g"},
      "expected an IPv6 address", ".address"),
@@ -135,3 +140,74 @@ def test_a_bad_file_at_start_stops_the_daemon_with_the_reason(tmp_path):
                            str(state_file)], capture_output=True, text=True, timeout=10)
     assert proc.returncode == 1, proc
     assert f"refusing state file {state_file}: {REFUSED[0][0]}: {REFUSED[0][2]}" in proc.stderr
+
+
+def with_name(name):
+    state = copy.deepcopy(STATE)
+    state["localSystem"]["sysName"] = name
+    return state
+
+
+def served_name(daemon):
+    return daemon.get_one(SYS_NAME).value
+
+
+def test_hostile_rewrites_are_refused_and_the_daemon_keeps_serving(start_daemon, tmp_path):
+    daemon = start_daemon(STATE)
+    forged = "/etc/forged.json: 9 neighbours added"
+    hostile = [
+        ('{"stray": 1e400}', "$.stray: number overflow parsing '1e400'"),
+        ('{"localSystem": {"sysName": -1e999}}', "$.localSystem.sysName: number overflow"),
+        ('{"x\\nlldp-snmpd: applied state file ' + forged + '": 1}', "unknown key"),
+        ('{"localSystem": {"chassisIdSubtype": "' + "\\u001b" * 3 + "q" * 100000 + '"}}',
+         "more than the 65536 allowed"),
+        ("[" * 100000, "nested deeper than the 32 levels allowed"),
+    ]
+    for text, reason in hostile:
+        mark = len(daemon.log())
+        daemon.rewrite(text)
+        assert daemon.wait_for_log("stays as it was", start=mark), (reason, daemon.log()[mark:])
+        line = next(l for l in daemon.log()[mark:].splitlines() if "refusing" in l)
+        assert reason in line and len(line) < 400, line
+        assert daemon.proc.poll() is None and served_name(daemon) == b"leaf1"
+    assert not any(l.startswith("lldp-snmpd: applied state file /etc/forged.json")
+                   for l in daemon.log().splitlines())
+    assert "\x1b" not in daemon.log()
+
+    # A named pipe moved into place is refused without the daemon waiting on it.
+    fifo = tmp_path / "pipe"
+    os.mkfifo(fifo)
+    mark = len(daemon.log())
+    os.replace(fifo, daemon.state_path)
+    assert daemon.wait_for_log("not a regular file (a named pipe)", start=mark), daemon.log()
+    assert served_name(daemon) == b"leaf1"
+    daemon.rewrite(with_name("after-pipe"))
+    assert wait_until(lambda: served_name(daemon) == b"after-pipe", 5.0)
+
+
+def test_a_named_pipe_at_start_is_refused_at_once(tmp_path):
+    fifo = tmp_path / "state.json"
+    os.mkfifo(fifo)
+    proc = subprocess.run([daemon_binary(), "--listen", "udp:127.0.0.1:0", "--state", str(fifo)],
+                          capture_output=True, text=True, timeout=10)
+    assert proc.returncode == 1, proc
+    assert "not a regular file (a named pipe)" in proc.stderr, proc.stderr
+
+
+def test_a_link_into_another_folder_is_followed_when_its_target_changes(start_daemon, tmp_path):
+    daemon = start_daemon(STATE)
+    elsewhere = tmp_path / "elsewhere"
+    elsewhere.mkdir()
+    target = elsewhere / "state.json"
+    target.write_text(json.dumps(with_name("linked")))
+    link = daemon.state_path.with_suffix(".link")
+    link.symlink_to(target)
+    os.replace(link, daemon.state_path)
+    assert wait_until(lambda: served_name(daemon) == b"linked", 5.0)
+
+    target.write_text(json.dumps(with_name("rewritten-in-place")))
+    assert wait_until(lambda: served_name(daemon) == b"rewritten-in-place", 5.0), daemon.log()
+    replacement = elsewhere / "next.tmp"
+    replacement.write_text(json.dumps(with_name("replaced-by-rename")))
+    os.replace(replacement, target)
+    assert wait_until(lambda: served_name(daemon) == b"replaced-by-rename", 5.0), daemon.log()

@@ -3,7 +3,18 @@
 #include "state/StateParser.h"
 #include "state/ValueReaders.h"
 
+#include "platform/snmp/Conversions.h"
+
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <limits>
 
 #include <string>
 #include <vector>
@@ -80,7 +91,8 @@ TEST(StateValueReaders, OctetsAreTextHexMacOrAddressText) {
 
     EXPECT_REFUSED(readOctets(parse("{\"hex\": \"abc\"}"), "$.o"),
                    "$.o.hex: odd number of hex digits");
-    EXPECT_REFUSED(readOctets(parse("{\"hex\": \"0g\"}"), "$.o"), "$.o.hex: not a hex string: 0g");
+    EXPECT_REFUSED(readOctets(parse("{\"hex\": \"0g\"}"), "$.o"),
+                   "$.o.hex: not a hex string: \"0g\"");
     EXPECT_REFUSED(readOctets(parse("{\"hex\": \"00\", \"x\": 1}"), "$.o"),
                    "$.o.x: unknown key; expected one of: hex");
     EXPECT_REFUSED(readOctets(parse("7"), "$.o"),
@@ -173,6 +185,124 @@ TEST(StateDocumentReading, DefaultsFollowTheDocumentAndTheInterfaceName) {
     EXPECT_FALSE(n.macPhy);
     EXPECT_FALSE(n.portVlanId);
     EXPECT_FALSE(doc.status.remTablesInserts);
+}
+
+// --- hostile input: every refusal is a StateError with a place, never anything else --------
+
+const std::string minimal = R"("localSystem": {"chassisIdSubtype": 7, "chassisId": "x"})";
+
+TEST(StateHostileInput, NumbersBeyondADoubleAreRefusedAtTheirPlace) {
+    EXPECT_EQ(refusal([] { parseState(R"({"config": {"txDelay": 1e400}})"); }),
+              "$.config.txDelay: number overflow parsing '1e400'");
+    EXPECT_EQ(refusal([] { parseState(R"({"x": [1, 2, -1e999]})"); }),
+              "$.x[2]: number overflow parsing '-1e999'");
+    const std::string digits(400, '7');
+    EXPECT_EQ(refusal([&] {
+                  parseState("{\"stray\": " + digits + "}");
+              }).rfind("$.stray: number overflow parsing '777", 0),
+              0u);
+}
+
+TEST(StateHostileInput, OidsThatBerCannotCarryAreRefused) {
+    for (const char* good : {"2.4294967215", "1.39.1", "0.0", "2.999.1"}) {
+        EXPECT_EQ(readOid(Json(good), "$").str(), good);
+    }
+    EXPECT_REFUSED(readOid(Json("3.1"), "$.oid"),
+                   "$.oid: the string \"3.1\" cannot be sent: the first number of an OID is 0, "
+                   "1 or 2");
+    EXPECT_REFUSED(readOid(Json("1.40"), "$.oid"),
+                   "$.oid: the string \"1.40\" cannot be sent: under 1 the second number is "
+                   "0..39");
+    EXPECT_REFUSED(readOid(Json("2.4294967216.1"), "$.oid"),
+                   "$.oid: the string \"2.4294967216.1\" cannot be sent: under 2 the second "
+                   "number is 0..4294967215");
+}
+
+TEST(StateHostileInput, FileContentInMessagesIsEscapedAndShort) {
+    auto forged = refusal([] {
+        parseState("{" + minimal + R"(, "x\nlldp-snmpd: applied state file \u001b[31m": 1})");
+    });
+    EXPECT_EQ(forged.find('\n'), std::string::npos) << forged;
+    EXPECT_EQ(forged.find('\x1b'), std::string::npos) << forged;
+    EXPECT_EQ(forged.rfind(R"($["x\nlldp-snmpd: applied state file \u001b[31m"]: unknown key)", 0),
+              0u)
+        << forged;
+
+    const std::string huge(maxStateString, 'a');
+    auto name = refusal([&] {
+        parseState("{" + minimal + R"(, "interfaces": [{"name": "e", "portNum": 1, "config":
+            {"adminStatus": ")" +
+                   huge + "\"}}]}");
+    });
+    EXPECT_LT(name.size(), 300u);
+    EXPECT_NE(name.find(R"(unknown name "aaaaaaaa)"), std::string::npos) << name;
+    EXPECT_LT(refusal([&] { parseState("{\"" + huge + "\": 1}"); }).size(), 200u);
+}
+
+TEST(StateHostileInput, TimesEndWithTheYear9999AndTimeTicksAreDefinedForEveryDouble) {
+    EXPECT_EQ(readTime(parse("253402300799"), "$"), 253402300799.0);
+    EXPECT_REFUSED(readTime(parse("1e20"), "$.t"),
+                   "$.t: 1e+20 is not a time (seconds since 1970, 0..253402300799)");
+    for (double seconds : {1e20, 1e300, -1e300, std::numeric_limits<double>::infinity(),
+                           std::numeric_limits<double>::max()}) {
+        (void)Snmp::SecondsToTimeTicks(seconds); // the sanitizer build catches undefined casts
+    }
+    EXPECT_EQ(Snmp::SecondsToTimeTicks(std::numeric_limits<double>::infinity()), 0u);
+    EXPECT_EQ(Snmp::SecondsToTimeTicks(42949673.0), 4u);
+    // A change time after now is shown as now, never as a wrapped far-future uptime.
+    const double now =
+        std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+    EXPECT_LE(Snmp::NowSecondsToUptimeSeconds(4102444800.0), // the year 2100
+              now + 5 - Snmp::agentStartTime());
+}
+
+TEST(StateHostileInput, DepthAndStringSizeAreLimited) {
+    std::string deep = "{" + minimal + ", \"x\": ";
+    for (size_t i = 0; i < 100000; ++i) {
+        deep += "[";
+    }
+    auto refused = refusal([&] { parseState(deep); });
+    EXPECT_NE(refused.find("nested deeper than the 32 levels allowed"), std::string::npos)
+        << refused.substr(0, 200);
+    auto longString = refusal([] {
+        parseState(R"({"localSystem": {"sysName": ")" + std::string(maxStateString + 1, 'n') +
+                   "\"}}");
+    });
+    EXPECT_EQ(longString.rfind("$.localSystem.sysName: \"nnnn", 0), 0u);
+    EXPECT_NE(longString.find("has 65537 bytes, more than the 65536 allowed"), std::string::npos);
+}
+
+class StateFileKinds : public testing::Test {
+protected:
+    void SetUp() override {
+        dir = std::filesystem::temp_directory_path() / ("state-kinds-" + std::to_string(getpid()));
+        std::filesystem::create_directories(dir);
+    }
+    void TearDown() override { std::filesystem::remove_all(dir); }
+    std::filesystem::path dir;
+};
+
+TEST_F(StateFileKinds, OnlyRegularFilesWithinTheSizeLimitAreRead) {
+    auto fifo = dir / "fifo.json";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(refusal([&] { loadStateFile(fifo); }),
+              "$: cannot read: not a regular file (a named pipe)");
+    auto link = dir / "link.json";
+    std::filesystem::create_symlink(fifo, link);
+    EXPECT_EQ(refusal([&] { loadStateFile(link); }),
+              "$: cannot read: not a regular file (a named pipe)");
+    EXPECT_EQ(refusal([&] { loadStateFile(dir); }),
+              "$: cannot read: not a regular file (a directory)");
+    EXPECT_EQ(refusal([&] { loadStateFile(dir / "absent.json"); }),
+              "$: cannot open: No such file or directory");
+
+    auto big = dir / "big.json";
+    std::ofstream(big) << "{}";
+    std::filesystem::resize_file(big, maxStateFileSize + 1);
+    EXPECT_EQ(refusal([&] { loadStateFile(big); }),
+              "$: the file has 67108865 bytes, more than the 67108864 allowed");
+    std::ofstream(big, std::ios::trunc) << "{" << minimal << "}";
+    EXPECT_EQ(loadStateFile(big).localSystem.chassisId.str(), "x");
 }
 
 } // namespace
