@@ -109,7 +109,7 @@ void LldpService::onReadable() {
 
 void LldpService::reload() {
     if (stateFile_) {
-        stateFile_->load();
+        stateFile_->reload();
     } else if (lldpd_) {
         lldpd_->refresh();
     }

@@ -46,7 +46,8 @@ public:
     int fd() const noexcept { return stateFile_ ? stateFile_->fd() : -1; }
     // Applies the file again if it changed; then sends the notifications that produced.
     void onReadable();
-    // Applies the file again, or reads lldpd again (SIGHUP, configuration reload).
+    // Reads the file again on a worker thread, applied by onReadable(); or reads lldpd again
+    // (SIGHUP, configuration reload).
     void reload();
     const StateStore& store() const noexcept { return store_; }
 

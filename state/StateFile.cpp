@@ -5,6 +5,8 @@
 
 #include "platform/zim/Jotlog.h"
 
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -43,28 +45,38 @@ StateFile::StateFile(std::string path, StateApplier& applier)
 }
 
 StateFile::~StateFile() {
-    if (fd_ >= 0) {
-        close(fd_);
+    if (worker_.joinable()) {
+        worker_.join();
+    }
+    for (int fd : {pollFd_, fd_, loadedFd_}) {
+        if (fd >= 0) {
+            close(fd);
+        }
     }
 }
 
-bool StateFile::load() {
-    StateDoc doc;
+StateFile::Reading StateFile::readFile() const {
+    Reading reading;
     try {
-        doc = loadStateFile(path_);
+        reading.doc = loadStateFile(path_);
     } catch (const StateError& e) {
-        logError("refusing state file " + path_ + ": " + e.path() + ": " + e.reason() +
-                 (everApplied_ ? " (the state served stays as it was)" : ""));
-        JOTLOG("refused " << path_ << ": " << e.what());
-        return false;
+        reading.refusal = e.path() + ": " + e.reason();
     } catch (const std::exception& e) {
         // Out of memory, or a fault of ours: refused all the same, never fatal.
-        logError("refusing state file " + path_ + ": " + e.what() +
+        reading.refusal = e.what();
+    }
+    return reading;
+}
+
+bool StateFile::apply(Reading reading) {
+    if (!reading.doc) {
+        logError("refusing state file " + path_ + ": " + reading.refusal +
                  (everApplied_ ? " (the state served stays as it was)" : ""));
+        JOTLOG("refused " << path_ << ": " << reading.refusal);
         return false;
     }
     try {
-        auto summary = applier_.stateIs(doc);
+        auto summary = applier_.stateIs(*reading.doc);
         everApplied_ = true;
         logInfo("applied state file " + path_ + ": " + describe(summary));
         return true;
@@ -72,6 +84,37 @@ bool StateFile::load() {
         // The document was checked, so this is a fault of ours; say so rather than stop serving.
         logError("applying state file " + path_ + " failed: " + e.what());
         return false;
+    }
+}
+
+bool StateFile::load() {
+    return apply(readFile());
+}
+
+void StateFile::reload() {
+    if (worker_.joinable()) {
+        again_ = true;
+        return;
+    }
+    worker_ = std::thread([this] {
+        done_ = readFile();
+        const uint64_t one = 1;
+        // The loop sees the descriptor readable; a full counter cannot happen with one worker.
+        [[maybe_unused]] auto n = write(loadedFd_, &one, sizeof one);
+    });
+}
+
+void StateFile::onLoaded() {
+    uint64_t count = 0;
+    if (::read(loadedFd_, &count, sizeof count) < 0 || !worker_.joinable()) {
+        return;
+    }
+    worker_.join();
+    apply(std::move(done_));
+    done_ = {};
+    if (again_) {
+        again_ = false;
+        reload();
     }
 }
 
@@ -84,6 +127,22 @@ void StateFile::watch() {
     fd_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     if (fd_ < 0) {
         throw std::runtime_error(std::string("inotify: ") + std::strerror(errno));
+    }
+    loadedFd_ = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+    if (loadedFd_ < 0) {
+        throw std::runtime_error(std::string("eventfd: ") + std::strerror(errno));
+    }
+    pollFd_ = epoll_create1(EPOLL_CLOEXEC);
+    if (pollFd_ < 0) {
+        throw std::runtime_error(std::string("epoll: ") + std::strerror(errno));
+    }
+    for (int fd : {fd_, loadedFd_}) {
+        struct epoll_event event {};
+        event.events = EPOLLIN;
+        event.data.fd = fd;
+        if (epoll_ctl(pollFd_, EPOLL_CTL_ADD, fd, &event) != 0) {
+            throw std::runtime_error(std::string("epoll: ") + std::strerror(errno));
+        }
     }
     own_.wd = inotify_add_watch(fd_, own_.directory.c_str(), watchMask);
     if (own_.wd < 0) {
@@ -118,6 +177,18 @@ void StateFile::watchTarget() {
 }
 
 void StateFile::onReadable() {
+    struct epoll_event events[2];
+    const int n = epoll_wait(pollFd_, events, 2, 0);
+    for (int i = 0; i < n; ++i) {
+        if (events[i].data.fd == fd_) {
+            onFileEvents();
+        } else {
+            onLoaded();
+        }
+    }
+}
+
+void StateFile::onFileEvents() {
     alignas(struct inotify_event) char buffer[8192];
     bool changed = false;
     bool gone = false;
@@ -152,7 +223,7 @@ void StateFile::onReadable() {
     // One load for a burst of events; a file that was replaced is read once it is in place.
     if (changed && !gone) {
         watchTarget(); // the link may lead elsewhere now
-        load();
+        reload();
     } else if (gone) {
         logWarning("state file " + path_ + " was removed; the state served stays as it was");
     }

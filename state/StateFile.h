@@ -4,10 +4,15 @@
 // writers do) is seen as well as one rewritten in place; when the path is a symbolic link, the
 // folder of the file it resolves to is watched too. A file that does not parse or validate is
 // refused whole and the state already served stays as it is.
+//
+// Reloads read and check the file on a worker thread, so that SNMP requests are answered
+// meanwhile; the loop applies the new document (only its difference) when the worker is done.
 #include "state/StateApplier.h"
+#include "state/StateParser.h"
 
+#include <optional>
 #include <string>
-#include <vector>
+#include <thread>
 
 namespace LldpSnmpd {
 
@@ -20,14 +25,19 @@ public:
 
     const std::string& path() const noexcept { return path_; }
 
-    // Reads and applies the file; a refused file is logged (file, JSON path, reason) and
+    // Reads and applies the file now; a refused file is logged (file, JSON path, reason) and
     // changes nothing. Returns whether it was applied.
     bool load();
+    // Reads the file on a worker thread; onLoaded() applies it. A reload asked for while one
+    // runs is done after it, once for any number of requests.
+    void reload();
+
     // Starts watching; throws std::runtime_error when the directory cannot be watched.
     void watch();
-    // The descriptor to wait on, -1 before watch().
-    int fd() const noexcept { return fd_; }
-    // Reads the pending events; loads the file again if it was written or moved into place.
+    // The one descriptor to wait on (file events and a finished reload), -1 before watch().
+    int fd() const noexcept { return pollFd_; }
+    // Reads the pending events: starts a reload if the file was written or moved into place,
+    // applies a reload that finished.
     void onReadable();
 
 private:
@@ -39,13 +49,28 @@ private:
     };
     // Follows the path's links and watches the folder of the file they end at.
     void watchTarget();
+    // What one reading of the file gave: a document or the refusal.
+    struct Reading {
+        std::optional<StateDoc> doc;
+        std::string refusal; // "path: reason" when refused
+    };
+    Reading readFile() const;
+    bool apply(Reading reading);
+    void onFileEvents();
+    // Applies (or logs the refusal of) what the worker read.
+    void onLoaded();
 
     std::string path_;
     Watch own_;
     Watch target_;
     StateApplier& applier_;
-    int fd_ = -1;
+    int fd_ = -1;       // inotify
+    int loadedFd_ = -1; // eventfd: the worker is done
+    int pollFd_ = -1;   // epoll over both
     bool everApplied_ = false;
+    std::thread worker_;
+    Reading done_;       // written by the worker, read after it is joined
+    bool again_ = false; // a reload was asked for while the worker ran
 };
 
 } // namespace LldpSnmpd
