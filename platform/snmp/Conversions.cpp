@@ -99,10 +99,8 @@ int32_t AsnIntegerToS32(const variable_list* var) {
     return static_cast<int32_t>(static_cast<uint32_t>(*var->val.integer));
 }
 
-// A time after now (a clock ahead, a typing error) is shown as now: a change cannot have
-// happened later than the moment it is read.
 double NowSecondsToUptimeSeconds(double seconds) {
-    double uptime = std::min(seconds, Zim::now()) - startTime();
+    double uptime = seconds - startTime();
     return uptime > 0.0 ? uptime : 0.0;
 }
 
