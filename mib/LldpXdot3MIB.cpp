@@ -24,6 +24,35 @@ using PortTable = LldpMibFrame::PortTable<InXdot3>;
 template <LldpMibFrame::RemoteSystemFilter sentTlv>
 using NeighbourTable = LldpMibFrame::RemoteSystemTable<InXdot3, sentTlv>;
 
+// The local and the remote MAC/PHY tables answer the same four columns under their own names.
+struct MacPhyColumns {
+    const char* autoNegSupported;
+    const char* autoNegEnabled;
+    const char* autoNegAdvertisedCap;
+    const char* operMauType;
+};
+
+bool answerMacPhy(ColumnAnswer& a, int column, const Lldp::MacPhyConfigStatusInfo& macPhy,
+                  const MacPhyColumns& names) {
+    switch (column) {
+    case 1:
+        return a.truthValue(names.autoNegSupported, "autoNegSupported", macPhy.autoNegSupported);
+    case 2:
+        return a.truthValue(names.autoNegEnabled, "autoNegEnabled", macPhy.autoNegEnabled);
+    case 3:
+        // Always two octets, high byte first: the value is already in BITS order.
+        return a.encoded(
+            names.autoNegAdvertisedCap, "autoNegAdvertisedCapAsU16",
+            "AutoNegAdvertisedCapAsU16ToAsnBits", 2,
+            [&](unsigned char* b, int n) {
+                return AutoNegAdvertisedCapAsU16ToAsnBits(macPhy.autoNegAdvertisedCapAsU16, b, n);
+            },
+            2, 2);
+    default:
+        return a.integer(names.operMauType, "operMauType", macPhy.operMauType);
+    }
+}
+
 struct lldpXdot3PortConfigTableDef : PortTable {
     static constexpr const char* name = "lldpXdot3PortConfigTable";
     static constexpr oid tableOid[] = {1, 0, 8802, 1, 1, 2, 1, 5, 4623, 1, 1, 1};
@@ -49,25 +78,10 @@ struct lldpXdot3LocPortTableDef : PortTable {
     static const Map& rows(const Root& root) { return root.localPort(); }
     static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::LocalPort>& row) {
         const auto& macPhy = agentOrDefault(row->ptr()).macPhy();
-        switch (column) {
-        case 1:
-            return a.truthValue("lldpXdot3LocPortAutoNegSupported", "autoNegSupported",
-                                macPhy.autoNegSupported);
-        case 2:
-            return a.truthValue("lldpXdot3LocPortAutoNegEnabled", "autoNegEnabled",
-                                macPhy.autoNegEnabled);
-        case 3:
-            return a.encoded(
-                "lldpXdot3LocPortAutoNegAdvertisedCap", "autoNegAdvertisedCapAsU16",
-                "AutoNegAdvertisedCapAsU16ToAsnBits", 2,
-                [&](unsigned char* b, int n) {
-                    return AutoNegAdvertisedCapAsU16ToAsnBits(macPhy.autoNegAdvertisedCapAsU16, b,
-                                                              n);
-                },
-                2, 2);
-        default:
-            return a.integer("lldpXdot3LocPortOperMauType", "operMauType", macPhy.operMauType);
-        }
+        return answerMacPhy(
+            a, column, macPhy,
+            MacPhyColumns{"lldpXdot3LocPortAutoNegSupported", "lldpXdot3LocPortAutoNegEnabled",
+                          "lldpXdot3LocPortAutoNegAdvertisedCap", "lldpXdot3LocPortOperMauType"});
     }
 };
 
@@ -142,26 +156,10 @@ struct lldpXdot3RemPortTableDef : NeighbourTable<macPhyConfigStatusTlvReceived> 
     static constexpr unsigned columns[] = {1, 2, 3, 4};
     static bool answer(ColumnAnswer& a, int column, const Zim::Ptr<Lldp::Snmp::RemoteSystem>& row) {
         const auto& macPhy = agentOrDefault(row->ptr()).macPhy();
-        switch (column) {
-        case 1:
-            return a.truthValue("lldpXdot3RemPortAutoNegSupported", "autoNegSupported",
-                                macPhy.autoNegSupported);
-        case 2:
-            return a.truthValue("lldpXdot3RemPortAutoNegEnabled", "autoNegEnabled",
-                                macPhy.autoNegEnabled);
-        case 3:
-            // Always two octets, high byte first: the value is already in BITS order.
-            return a.encoded(
-                "lldpXdot3RemPortAutoNegAdvertisedCap", "autoNegAdvertisedCapAsU16",
-                "AutoNegAdvertisedCapAsU16ToAsnBits", 2,
-                [&](unsigned char* b, int n) {
-                    return AutoNegAdvertisedCapAsU16ToAsnBits(macPhy.autoNegAdvertisedCapAsU16, b,
-                                                              n);
-                },
-                2, 2);
-        default:
-            return a.integer("lldpXdot3RemPortOperMauType", "operMauType", macPhy.operMauType);
-        }
+        return answerMacPhy(
+            a, column, macPhy,
+            MacPhyColumns{"lldpXdot3RemPortAutoNegSupported", "lldpXdot3RemPortAutoNegEnabled",
+                          "lldpXdot3RemPortAutoNegAdvertisedCap", "lldpXdot3RemPortOperMauType"});
     }
 };
 
