@@ -10,6 +10,10 @@ Measures, against a daemon started on a generated state file:
                  lldpRemTable, resident memory per neighbour, snmpbulkwalk of lldpRemTable,
                  1000 GETs of random existing rows (lldpRemSysName), and how the walk's
                  per-varbind cost grows from the smallest N to the largest.
+  man. addresses for each size, a bulk walk of lldpRemManAddrTable (two addresses per
+                 neighbour) against the lldpRemTable walk, per varbind (goal: within 1.5x),
+                 and single GETs of missing lldpRemSysName rows against existing ones
+                 (goal: within 2x).
   reference      the same walk and GETs against bench-reference-agent serving N rows of the
                  same shape from net-snmp's table_tdata helper, and our cost over its cost.
 
@@ -41,6 +45,7 @@ PORT_CONFIG_TABLE = LLDP + ".1.1.6"
 LOC_PORT_TABLE = LLDP + ".1.3.7"
 REM_TABLE = LLDP + ".1.4.1"
 REM_ENTRY = REM_TABLE + ".1"
+REM_MAN_ADDR_TABLE = LLDP + ".1.4.2"
 REM_SYS_NAME_COLUMN = 9
 REM_COLUMNS = 9  # lldpRemChassisIdSubtype (4) .. lldpRemSysCapEnabled (12)
 CONFIG_GROUP = LLDP + ".1.1"
@@ -437,8 +442,9 @@ def gets_batched(server, port, oids, timeout):
     }
 
 
-def gets_single(server, client, oids):
-    """One single-varbind GET PDU per OID, each waiting for its answer."""
+def gets_single(server, client, oids, expect_type=0x04):
+    """One single-varbind GET PDU per OID, each waiting for its answer (of expect_type: an
+    OCTET STRING, or 0x81 noSuchInstance for missing rows)."""
     cpu0 = server.cpu_ns()
     begin = time.monotonic()
     round_trips = []
@@ -448,8 +454,8 @@ def gets_single(server, client, oids):
         round_trips.append(time.monotonic() - sent)
         if answer is None:
             raise BenchError("no answer to GET %s within 5 s" % oid)
-        if answer[0][1] != 0x04:
-            raise BenchError("GET %s answered with type 0x%02x, not an OCTET STRING" % (oid, answer[0][1]))
+        if answer[0][1] != expect_type:
+            raise BenchError("GET %s answered with type 0x%02x, not 0x%02x" % (oid, answer[0][1], expect_type))
     seconds = time.monotonic() - begin
     return {
         "gets": len(oids),
@@ -506,7 +512,9 @@ def neighbour(k, ports):
         "sysCapEnabled": ["bridge"],
         "managementAddresses": [{"subtype": "ipV4",
                                  "address": "10.%d.%d.%d" % (k >> 16 & 0xFF, k >> 8 & 0xFF, k & 0xFF),
-                                 "ifSubtype": "ifIndex", "ifId": index, "oid": "0.0"}],
+                                 "ifSubtype": "ifIndex", "ifId": index, "oid": "0.0"},
+                                {"subtype": "ipV6", "address": "2001:db8::%x:%x" % (k >> 16, k & 0xFFFF),
+                                 "ifSubtype": "ifIndex", "ifId": index}],
         "dot1": {"vlanNames": [{"id": 10 + k % 1000, "name": "vlan%d" % (10 + k % 1000)}]},
     }
 
@@ -632,7 +640,7 @@ class Bench:
             self.stop(server)
 
     # b./c. one size, one agent
-    def measure_rem(self, server, port, n, baseline, rng_seed):
+    def measure_rem(self, server, port, n, baseline, rng_seed, ours=False):
         client = SnmpClient(port)
         try:
             ready = wait_ready(server, client, REM_TABLE, REM_TABLE, self.args.start_timeout)
@@ -654,7 +662,17 @@ class Bench:
             single = least_of([gets_single(server, client, oids) for _ in range(self.args.repeat)])
             progress("  %d GETs, one PDU each: %.3f s (least of %d)"
                      % (single["gets"], single["seconds"], self.args.repeat))
-            return {
+            extra = {}
+            if ours:
+                extra["man_addr_walk"], _ = best_walk(server, port, REM_MAN_ADDR_TABLE, self.args.repeat,
+                                                      self.args.walk_timeout, fixed_s=baseline["fixed_s"])
+                # The same rows one neighbour index further on each port: none of them exists.
+                missing = ["%s.%d" % (o.rsplit(".", 1)[0], int(o.rsplit(".", 1)[1]) + 1000000) for o in oids]
+                extra["get_missing"] = least_of([gets_single(server, client, missing, expect_type=0x81)
+                                                 for _ in range(self.args.repeat)])
+                progress("  %d GETs of missing rows, one PDU each: %.3f s (least of %d)"
+                         % (len(missing), extra["get_missing"]["seconds"], self.args.repeat))
+            return dict(extra, **{
                 "n": n,
                 "ready_s": ready,
                 "rss_kb": rss,
@@ -664,7 +682,7 @@ class Bench:
                 "walk": walk,
                 "get_batched": batched,
                 "get_single": single,
-            }
+            })
         finally:
             client.close()
 
@@ -676,7 +694,7 @@ class Bench:
                  % (n, size / 1e6, time.monotonic() - begin))
         server, port = self.start_daemon("n%d" % n, path)
         try:
-            return self.measure_rem(server, port, n, self.daemon_base, SEED + n)
+            return self.measure_rem(server, port, n, self.daemon_base, SEED + n, ours=True)
         finally:
             self.stop(server)
             os.unlink(path)
@@ -859,6 +877,17 @@ def report(results, args):
                                                              last["n"], first["n"]),
                          fmt(ratio(b["net_us_per_vb"], a["net_us_per_vb"]), ".2f"),
                          fmt(ratio(b["agent_us_per_vb"], a["agent_us_per_vb"]), ".2f")])
+    for entry in sizes:
+        ours = entry["ours"]
+        if "man_addr_walk" in ours:
+            m, w = ours["man_addr_walk"], ours["walk"]
+            rows.append(["lldpRemManAddrTable / lldpRemTable walk us/vb, N=%d (goal 1.5)" % entry["n"],
+                         fmt(ratio(m["net_us_per_vb"], w["net_us_per_vb"]), ".2f"),
+                         fmt(ratio(m["agent_us_per_vb"], w["agent_us_per_vb"]), ".2f")])
+            miss, hit = ours["get_missing"], ours["get_single"]
+            rows.append(["GET missing / existing row, N=%d (goal 2)" % entry["n"],
+                         fmt(ratio(miss["median_us"], hit["median_us"]), ".2f"),
+                         fmt(ratio(miss["agent_us_per_get"], hit["agent_us_per_get"]), ".2f")])
     compared = [e for e in sizes if "reference" in e]
     for entry in compared:
         o, r = entry["ours"]["walk"], entry["reference"]["walk"]

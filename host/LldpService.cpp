@@ -7,14 +7,24 @@
 #include "mib/LldpXdot1MIB.h"
 #include "mib/LldpXdot3MIB.h"
 #include "mib/LldpXMedMIB.h"
+#include "model/LldpSnmpTrace.h"
 #include "platform/snmp/HandlerRegistration.h"
 #include "platform/snmp/TrapManager.h"
+#include "platform/zim/TypeRegistry.h"
 
 #include <string_view>
 
 namespace LldpSnmpd {
 
 namespace {
+
+// The types the plug-in announced when it was loaded, for the trace of what this host serves.
+std::string loadedTypes() {
+    std::string list;
+    for (const auto& type : Zim::typeNodes())
+        list += (list.empty() ? "" : ", ") + type;
+    return list;
+}
 
 struct ModuleUnregister {
     std::string_view module;
@@ -53,12 +63,15 @@ void sendQueuedNotifications() {
 }
 
 LldpService::LldpService(std::string stateFile) : applier_(store_) {
+    installPlatformLog();
     stateFile_.emplace(std::move(stateFile), applier_);
 }
 
 LldpService::LldpService(const Lldpd& lldpd)
     : applier_(store_), portNumbers_(std::make_unique<PortNumbers>(lldpd.portNumbersFile)),
-      lldpd_(std::make_unique<LldpdSource>(lldpd.socket, *portNumbers_)) {}
+      lldpd_(std::make_unique<LldpdSource>(lldpd.socket, *portNumbers_)) {
+    installPlatformLog();
+}
 
 LldpService::~LldpService() {
     stop();
@@ -77,6 +90,7 @@ bool LldpService::start() {
     // The mirror follows the agent's entities from here on; the interfaces applied so far are
     // handed to it in port order.
     glue_ = std::make_unique<LldpGlue>(store_);
+    ZTRACE(Lldp::Snmp::lldpSnmpTraceHandle(), 1, "loaded types: " << loadedTypes());
     for (const auto& e : applier_.interfacesByPort()) {
         glue_->interfaceIs(e.name, e.port, e.portConfig, e.portStatus, e.localPort);
     }

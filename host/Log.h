@@ -5,6 +5,9 @@
 
 namespace LldpSnmpd {
 
+// Routes the platform's log handles (the plug-in's catalogue) to this log, at their severity.
+void installPlatformLog();
+
 void logError(const std::string& text);
 void logWarning(const std::string& text);
 void logInfo(const std::string& text);

@@ -2,8 +2,8 @@
 // lldpRemTablesChange notification.
 #include "mib/LldpMIB.h"
 
+#include "mib/Module.h"
 #include "mib/TableFrame.h"
-#include "model/LldpLogCatalogue.h"
 #include "platform/snmp/TrapManager.h"
 
 #include <iostream>
@@ -194,16 +194,23 @@ int handleScalar(const Scalar& s, netsnmp_handler_registration* reginfo,
     const int n = s.read(*entity, buffer, capacity);
     TRACE(2, handler << " - " << s.conversion << " returned " << n << "bytes for " << path << "->"
                      << s.attribute << "()");
+    // A value the object cannot carry: genErr on this varbind for a GET, stepped over by a walk.
+    const auto notShown = [&] {
+        if (LldpMibFrame::walking(reqinfo)) {
+            LldpMibFrame::stepOver(requests);
+        } else {
+            netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
+        }
+        return SNMP_ERR_NOERROR;
+    };
     if (n < 0) {
         TRACE(2, handler << " - " << s.conversion << " failed for: " << s.attribute);
-        netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
-        return SNMP_ERR_GENERR;
+        return notShown();
     }
     if (s.minLength >= 0 && (n < s.minLength || n > s.maxLength)) {
         TRACE(2, handler << " - entity /<sysname>/" << path
                          << " length out of range: " << s.attribute << " (" << n << ")");
-        netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
-        return SNMP_ERR_GENERR;
+        return notShown();
     }
     snmp_set_var_typed_value(requests->requestvb, s.asnType, buffer, static_cast<size_t>(n));
     return SNMP_ERR_NOERROR;
@@ -544,9 +551,9 @@ int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops
                               Zim::String8 context) {
     auto snmpConfig = SnmpUtil::getSnmpConfig();
     ZIM_ASSERT(snmpConfig->notificationConfig("lldp") &&
-               "You need to register lldp traps from your DefaultConfigPlugin");
+               "the host declares the notification group lldp (notificationConfigIs)");
     ZIM_ASSERT(snmpConfig->notificationConfig("lldp")->notification("lldpRemTablesChange") &&
-               "You need to register lldpRemTablesChange traps from your DefaultConfigPlugin");
+               "the host declares lldpRemTablesChange in the group lldp (notificationIs)");
     const auto status = snmpConfig->notificationStatus("lldp", "lldpRemTablesChange");
     if (!status.send) {
         TRACE(4, "lldpRemTablesChange notification not sent. notificationStatus returned "

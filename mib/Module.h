@@ -46,6 +46,19 @@ inline std::string quoted(const Zim::String8& context) {
     return "\"" + context.str() + "\"";
 }
 
+// Whether the manager walks (GETNEXT or GETBULK): the table iterator and the scalar helper
+// turn those into GET before the handler runs, but the PDU still says what was asked.
+inline bool walking(const netsnmp_agent_request_info* reqinfo) {
+    const netsnmp_pdu* pdu = reqinfo && reqinfo->asp ? reqinfo->asp->pdu : nullptr;
+    return pdu && (pdu->command == SNMP_MSG_GETNEXT || pdu->command == SNMP_MSG_GETBULK);
+}
+
+// A walk steps over an instance whose value cannot be shown: the agent asks again for what
+// follows it (the helpers already named the request after the instance).
+inline void stepOver(netsnmp_request_info* request) {
+    snmp_set_var_typed_value(request->requestvb, ASN_PRIV_RETRY, nullptr, 0);
+}
+
 // An OID as net-snmp prints it, for traces.
 std::string oidText(const oid* name, size_t length);
 

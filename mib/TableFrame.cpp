@@ -1,5 +1,6 @@
 #include "mib/TableParts.h"
 
+#include <algorithm>
 #include <iostream>
 
 namespace LldpMibFrame {
@@ -57,7 +58,14 @@ void IndexWriter::oui(const char* component, const Lldp::Oui& value) {
     var_ = var_->next_variable;
 }
 
+bool NotShownInstances::first(const std::string& column, const std::string& instance) {
+    if (seen_.size() >= bound)
+        seen_.clear();
+    return seen_.insert(column + "." + instance).second;
+}
+
 void ColumnAnswer::traceGet(const char* column) {
+    column_ = column;
     ZTRACE_FROM(module_.trace(), module_.name(), 2,
                 table_ << "_handler: request GET for column " << column << ", key "
                        << keyText_(key_));
@@ -66,11 +74,14 @@ void ColumnAnswer::traceGet(const char* column) {
 bool ColumnAnswer::finish(const char* attribute, const char* conversion, u_char type,
                           const unsigned char* buffer, int length, int minLength, int maxLength) {
     if (length < 0) {
+        failure_ = std::string(conversion) + " failed";
         ZTRACE_FROM(module_.trace(), module_.name(), 2,
                     "handle_" << table_ << " - " << conversion << " failed for: " << attribute);
         return false;
     }
     if (minLength >= 0 && (length < minLength || length > maxLength)) {
+        failure_ = std::to_string(length) + " bytes, the object allows " +
+                   std::to_string(minLength) + " to " + std::to_string(maxLength);
         ZTRACE_FROM(module_.trace(), module_.name(), 2,
                     "handle_" << table_
                               << " - entity /<sysname>/snmp/lldp/root length out of range: "
@@ -106,6 +117,8 @@ bool ColumnAnswer::octets(const char* column, const char* attribute, const Zim::
                           int maxLength) {
     traceGet(column);
     if (value.size() > bound) {
+        failure_ = std::to_string(value.size()) + " bytes, the object allows at most " +
+                   std::to_string(std::min<size_t>(bound, static_cast<size_t>(maxLength)));
         ZTRACE_FROM(module_.trace(), module_.name(), 2,
                     boundType << "::bytes > " << bound << " not allowed");
         return false;

@@ -12,6 +12,7 @@
 #include "mib/ModuleDeclarations.h"
 #include "mib/TableContract.h"
 #include "mib/TableParts.h"
+#include "model/LldpLogCatalogue.h"
 
 #include <optional>
 #include <string>
@@ -133,12 +134,23 @@ public:
             }
             start = std::move(found);
         }
+        const bool get = exactRowOnly();
         auto* loop = new Iterator(start ? std::move(*start) : rows.begin());
         *loopContext = loop;
         ZTRACE_FROM(module.trace(), module.name(), 2,
                     Def::name << "_get_first_data_point - allocated new loop context "
                               << static_cast<void*>(loop) << ", hintMatched=" << hintMatched);
+        if (get && start && !hintMatched) {
+            // A GET answers the named row or nothing: net-snmp would otherwise compare every row
+            // after it before answering noSuchInstance.
+            *loop = Iterator();
+            return nullptr;
+        }
+        using Entry = std::remove_cvref_t<decltype(loop->entry())>;
+        const Entry named = get && hintMatched ? loop->entry() : Entry();
         skipUnwanted(*loop, indexVars, "first");
+        if (named && !(loop->entry() == named))
+            return nullptr; // the named row is not listed (no TLV, filtered by time mark)
         return iterationHelper(loop, indexVars);
     }
 
@@ -153,6 +165,8 @@ public:
                                   << static_cast<void*>(loop));
             return nullptr;
         }
+        if (exactRowOnly())
+            return nullptr; // a GET named one row, and it came first
         ZTRACE_FROM(module.trace(), module.name(), 2,
                     Def::name << "_get_next_data_point - advancing loop context "
                               << static_cast<void*>(loop) << " ; data context "
@@ -238,16 +252,36 @@ public:
             }
             ColumnAnswer answer(module, Def::name, request, &keyTextOf, &row->key());
             if (!Def::answer(answer, column, row->value())) {
+                reportNotShown(answer, row->key());
+                if (walking(reqinfo)) {
+                    stepOver(request);
+                    continue;
+                }
                 // The serialize handler above the iterator hands over one request per call, so
-                // the first request of the call is the one whose value cannot be shown.
+                // the first request of the call is the one whose value cannot be shown; set on
+                // the request, the error's index names its varbind.
                 netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
-                return SNMP_ERR_GENERR;
+                return SNMP_ERR_NOERROR;
             }
         }
         return SNMP_ERR_NOERROR;
     }
 
 private:
+    // Whether the request being answered is a GET, which names exactly one row.
+    static bool exactRowOnly() {
+        const netsnmp_agent_session* session = netsnmp_get_current_agent_session();
+        return session && session->pdu && session->pdu->command == SNMP_MSG_GET;
+    }
+
+    // Logged the first time each instance fails, not at every request for it.
+    static void reportNotShown(const ColumnAnswer& answer, const Key& key) {
+        static NotShownInstances reported;
+        const std::string instance = strep(key);
+        if (reported.first(answer.column(), instance))
+            Lldp::Snmp::LLDP_SNMP_VALUE_NOT_SHOWN.log(answer.column(), instance, answer.failure());
+    }
+
     static std::string strep(const Key& key) {
         using Interface::valueToStrep;
         using Lldp::valueToStrep;

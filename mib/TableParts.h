@@ -14,6 +14,7 @@
 
 #include <string>
 #include <type_traits>
+#include <unordered_set>
 
 namespace LldpMibFrame {
 
@@ -66,6 +67,9 @@ public:
     bool octets(const char* column, const char* attribute, const Zim::String8& value,
                 const char* boundType, size_t bound, int capacity, int minLength, int maxLength);
     bool objectId(const char* column, const char* attribute, const Zim::String8& dotted);
+    // After a false answer: the column asked and why its value cannot be shown.
+    const char* column() const noexcept { return column_; }
+    const std::string& failure() const noexcept { return failure_; }
     // BITS and other encodings of this library: convert(buffer, capacity) returns the length.
     template <class Convert>
     bool encoded(const char* column, const char* attribute, const char* conversion, int capacity,
@@ -91,6 +95,19 @@ private:
     netsnmp_request_info* request_;
     std::string (*keyText_)(const void*);
     const void* key_;
+    const char* column_ = "";
+    std::string failure_;
+};
+
+// The instances whose value could not be shown, so each is logged once. Bounded: past the
+// bound it starts afresh, so a long-running agent still logs what is new.
+class NotShownInstances {
+public:
+    bool first(const std::string& column, const std::string& instance);
+
+private:
+    static constexpr size_t bound = 4096;
+    std::unordered_set<std::string> seen_;
 };
 
 // Looks the root up where the host mounted it; a missing or mistyped root stops the host.
@@ -103,7 +120,7 @@ template <class T> const T& agentOrDefault(const Zim::Ptr<const T>& agent) {
         return *agent;
     // Made once and kept for the life of the process: rows are answered until exit.
     static const auto* const none = new Zim::Ptr<const T>([] {
-        if constexpr (std::is_constructible_v<T, Zim::String8, int32_t>) {
+        if constexpr (requires { new T(Zim::String8("none"), int32_t{0}); }) {
             return Zim::makePtr<T>("none", 0);
         } else {
             return Zim::makePtr<T>("none");

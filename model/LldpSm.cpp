@@ -239,9 +239,8 @@ void LldpSm::handleManagementAddressPrio(const ManAddrPriority& prio) {
         system ? system->managementAddressPrio().find(prio) : nullptr;
     if (held) {
         const ManagementAddress::Key manAddrKey = *held;
-        ZIM_ASSERT_NAMED(
-            system->managementAddress().contains(manAddrKey),
-            "localSystem()->managementAddressIteratorConst().isMemberOf( manAddrKey )");
+        ZIM_ASSERT_NAMED(system->managementAddress().contains(manAddrKey),
+                         "a prioritised management address is one of the local system's addresses");
         if (const auto displaced = priorityIs(prio, manAddrKey)) {
             // An address without a priority is not mirrored once it has had one.
             doRemoveLocalManagementAddress(*this, *displaced);

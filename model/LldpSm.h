@@ -75,7 +75,6 @@ public:
     LldpSm(const Zim::Ptr<const Lldp::AllStatus>& status,
            const Zim::Ptr<const Lldp::LocalSystem>& localSystem,
            const Zim::Ptr<const Lldp::Config>& config, const Root::Ptr& root);
-    ~LldpSm() override;
     LldpSm(const LldpSm&) = delete;
     LldpSm& operator=(const LldpSm&) = delete;
 
@@ -154,6 +153,10 @@ private:
     std::unordered_map<ManagementAddress::Key, ManAddrPriority> manAddrPrio_;
     std::map<ManAddrPriority, ManagementAddress::Key> manAddr_;
     bool initialized_ = false;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~LldpSm() override;
 };
 
 // The row operations of the local mirror, over the machine whose root and priorities they use.

@@ -1,5 +1,5 @@
 // What the model unit sets up when the library is loaded: its trace handle (on first use), the
-// announcement of its types to the framework, and its copy of the LLDP log catalogue.
+// announcement of its types to the framework.
 #include "model/LldpSnmpTrace.h"
 #include "platform/zim/TypeRegistry.h"
 
@@ -50,8 +50,3 @@ const TypeAnnouncement typeAnnouncement;
 } // namespace
 
 } // namespace Lldp::Snmp
-
-// Statics of one unit are built in the order they are defined: the types are announced before
-// the log catalogue's handles. The LldpMIB unit holds an identical set on purpose: every unit
-// that includes the catalogue contributes its own copy.
-#include "model/LldpLogCatalogue.h"

@@ -36,7 +36,6 @@ public:
     // hasNotificationActiveIs(true).
     PortStatusSm(Interface::EthPortId ethPortId, const Zim::Ptr<const Lldp::PortStatus>& portStatus,
                  const Root::Ptr& root);
-    ~PortStatusSm() override;
     PortStatusSm(const PortStatusSm&) = delete;
     PortStatusSm& operator=(const PortStatusSm&) = delete;
 
@@ -80,6 +79,10 @@ private:
     std::unordered_map<int32_t, RemoteSystemSm::Ptr> remoteSystemSm_;
     bool initialized_ = false;
     bool hasNotificationActive_ = false;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~PortStatusSm() override;
 };
 
 // The neighbour's row first, then its machine, which adds the sub-rows.

@@ -47,7 +47,6 @@ public:
     // it on with hasNotificationActiveIs(true).
     RemoteSystemSm(int32_t index, Interface::EthPortId ethPortId,
                    const Zim::Ptr<const Lldp::RemoteSystem>& remoteSystem, const Root::Ptr& root);
-    ~RemoteSystemSm() override;
     RemoteSystemSm(const RemoteSystemSm&) = delete;
     RemoteSystemSm& operator=(const RemoteSystemSm&) = delete;
 
@@ -92,6 +91,10 @@ private:
     bool initialized_ = false;
     bool hasNotificationActive_ = false;
     bool medEndpoint_ = false;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~RemoteSystemSm() override;
 };
 
 // Each add builds the whole row again from the agent's member and stores it over any row of the

@@ -101,7 +101,6 @@ public:
     };
 
     static Ptr RootIs(Zim::String8 name);
-    ~Root() override;
     const char* typeName() const noexcept override { return "Lldp::Snmp::Root"; }
     Zim::NotifierList<Notifiee>& notifiees() const noexcept { return notifiees_; }
 
@@ -213,6 +212,10 @@ private:
     Zim::HashMap<Interface::EthPortId, Zim::Ptr<LocalPortSm>> localPortSm_;
     Zim::HashMap<Ifkit::IntfId, Zim::Ptr<PortStatusSm>> portStatusSm_;
     Zim::Ptr<LldpSm> lldpSm_;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~Root() override;
 };
 
 #undef LLDP_SNMP_ENTITY_ROWS

@@ -33,6 +33,10 @@ private:
     K key_;
     Zim::Ptr<const Agent> ptr_;
     const char* typeName_;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~EntityRow() override = default;
 };
 
 class PortConfig : public EntityRow<Interface::EthPortId, Lldp::PortConfig> {
@@ -40,6 +44,9 @@ public:
     PortConfig(const Key& k, Zim::Ptr<const AgentType> p)
         : EntityRow(k, std::move(p), "Lldp::Snmp::PortConfig") {}
     Interface::EthPortId ethPortId() const noexcept { return key(); }
+
+protected:
+    ~PortConfig() override = default;
 };
 
 class PortStatus : public EntityRow<Interface::EthPortId, Lldp::PortStatus> {
@@ -47,6 +54,9 @@ public:
     PortStatus(const Key& k, Zim::Ptr<const AgentType> p)
         : EntityRow(k, std::move(p), "Lldp::Snmp::PortStatus") {}
     Interface::EthPortId ethPortId() const noexcept { return key(); }
+
+protected:
+    ~PortStatus() override = default;
 };
 
 class LocalPort : public EntityRow<Interface::EthPortId, Lldp::LocalPort> {
@@ -54,12 +64,18 @@ public:
     LocalPort(const Key& k, Zim::Ptr<const AgentType> p)
         : EntityRow(k, std::move(p), "Lldp::Snmp::LocalPort") {}
     Interface::EthPortId ethPortId() const noexcept { return key(); }
+
+protected:
+    ~LocalPort() override = default;
 };
 
 class RemoteSystem : public EntityRow<RemoteSystemKey, Lldp::RemoteSystem> {
 public:
     RemoteSystem(const Key& k, Zim::Ptr<const AgentType> p)
         : EntityRow(k, std::move(p), "Lldp::Snmp::RemoteSystem") {}
+
+protected:
+    ~RemoteSystem() override = default;
 };
 
 // The ports on which a local management address is sent: a set of port numbers.
@@ -77,13 +93,16 @@ public:
 
 private:
     Zim::HashMap<unsigned short, Interface::EthPortId> portId_;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~PortList() override = default;
 };
 
 class LocalManagementAddress : public Zim::Entity {
 public:
     using Key = ManagementAddress::Key;
     explicit LocalManagementAddress(const Key& key) : Entity(Lldp::valueToStrep(key)), key_(key) {}
-    ~LocalManagementAddress() override;
     const char* typeName() const noexcept override { return "Lldp::Snmp::LocalManagementAddress"; }
     const Key& key() const noexcept { return key_; }
 
@@ -100,6 +119,10 @@ private:
     Key key_;
     ManagementAddress rawValue_;
     Zim::Ptr<PortList> portsTxEnable_;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~LocalManagementAddress() override;
 };
 
 // A copied sub-table member of one neighbour: the key, the neighbour it came from (compared by

@@ -66,6 +66,10 @@ private:
     ZIM_ATTRIBUTE(MedCapabilities, medTlvsTxEnable, MedTlvsTxEnable)
     // Whether a MED endpoint appearing on or leaving this port is notified.
     ZIM_ATTRIBUTE(bool, medNotifEnable, MedNotifEnable)
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~PortConfig() override = default;
 };
 
 class Config : public Zim::Entity {
@@ -96,6 +100,10 @@ private:
     // How many LLDPDUs go out fast when a MED endpoint appears (1..10).
     ZIM_ATTRIBUTE(uint32_t, medFastStartRepeatCount, MedFastStartRepeatCount)
     ZIM_HASHED_COLLECTION(Ifkit::IntfId, Zim::Ptr<PortConfig>, portConfig, PortConfig)
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~Config() override = default;
 };
 
 } // namespace Lldp

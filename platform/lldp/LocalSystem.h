@@ -62,6 +62,10 @@ private:
     // The LLDP-MED network policies and locations the port advertises.
     ZIM_HASHED_COLLECTION(PolicyAppType, MediaPolicy, mediaPolicy, MediaPolicy)
     ZIM_HASHED_COLLECTION(int32_t, MedLocation, location, Location)
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~LocalPort() override = default;
 };
 
 class LocalSystem : public Zim::Entity {
@@ -112,6 +116,10 @@ private:
                           ManagementAddress)
     // An interface is a local port while it is a member here.
     ZIM_HASHED_COLLECTION(Ifkit::IntfId, Zim::Ptr<LocalPort>, localPort, LocalPort)
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~LocalSystem() override = default;
 };
 
 } // namespace Lldp

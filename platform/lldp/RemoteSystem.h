@@ -105,6 +105,10 @@ private:
     ZIM_HASHED_COLLECTION(int32_t, ProtocolIdentityInfo, protocolIdentityInfo, ProtocolIdentityInfo)
     ZIM_HASHED_COLLECTION(PolicyAppType, MediaPolicy, mediaPolicy, MediaPolicy)
     ZIM_HASHED_COLLECTION(int32_t, MedLocation, location, Location)
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~RemoteSystem() override = default;
 };
 
 } // namespace Lldp

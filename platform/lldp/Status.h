@@ -39,6 +39,10 @@ private:
     ZIM_ATTRIBUTE(uint32_t, rxAgeoutsTotal, RxAgeoutsTotal)
     // The neighbours on this port by the agent's index.
     ZIM_HASHED_COLLECTION(int32_t, Zim::Ptr<RemoteSystem>, remoteSystem, RemoteSystem)
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~PortStatus() override = default;
 };
 
 class AllStatus : public Zim::Entity {
@@ -66,6 +70,10 @@ private:
     ZIM_ATTRIBUTE(uint32_t, remTablesDrops, RemTablesDrops)
     ZIM_ATTRIBUTE(uint32_t, remTablesAgeouts, RemTablesAgeouts)
     ZIM_HASHED_COLLECTION(Ifkit::IntfId, Zim::Ptr<PortStatus>, portStatus, PortStatus)
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~AllStatus() override = default;
 };
 
 } // namespace Lldp

@@ -22,6 +22,10 @@ public:
 private:
     bool enabled_ = true;
     Zim::String8 disabledReason_;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~Notification() override = default;
 };
 
 class NotificationGroup : public Zim::Entity {
@@ -29,7 +33,6 @@ public:
     explicit NotificationGroup(Zim::String8 name) : Entity(std::move(name)) {}
     NotificationGroup(const NotificationGroup&) = delete;
     NotificationGroup& operator=(const NotificationGroup&) = delete;
-    ~NotificationGroup() override;
     const char* typeName() const noexcept override { return "Snmp::NotificationGroup"; }
     Zim::Ptr<Notification> notification(const Zim::String8& name) const;
     Zim::Ptr<Notification> notificationIs(const Zim::String8& name);
@@ -39,6 +42,10 @@ public:
 
 private:
     std::map<Zim::String8, Zim::Ptr<Notification>> notifications_;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~NotificationGroup() override;
 };
 
 struct NotificationStatus {
@@ -51,7 +58,6 @@ public:
     Config() : Entity("config") {}
     Config(const Config&) = delete;
     Config& operator=(const Config&) = delete;
-    ~Config() override;
     const char* typeName() const noexcept override { return "Snmp::Config"; }
 
     Zim::Ptr<NotificationGroup> notificationConfig(const Zim::String8& group) const;
@@ -61,6 +67,10 @@ public:
 
 private:
     std::map<Zim::String8, Zim::Ptr<NotificationGroup>> groups_;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~Config() override;
 };
 
 } // namespace Snmp

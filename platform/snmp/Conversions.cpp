@@ -85,6 +85,14 @@ int StringToAsnOidF(const Zim::String8& dotted, unsigned char* buf, int capacity
     }
     if (count < 2)
         return -1;
+    // BER packs the first two arcs into one sub-identifier (40 * first + second, at most 2^32 - 1
+    // in net-snmp): the first arc is 0, 1 or 2, the second below 40 under 0 and 1.
+    oid first = 0;
+    oid second = 0;
+    std::memcpy(&first, buf, sizeof first);
+    std::memcpy(&second, buf + sizeof(oid), sizeof second);
+    if (first > 2 || (first < 2 && second >= 40) || (first == 2 && second > 0xffffffffULL - 80))
+        return -1;
     return static_cast<int>(count * sizeof(oid));
 }
 

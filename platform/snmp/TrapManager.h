@@ -17,7 +17,6 @@ public:
     using Sender = std::function<void(variable_list* vars, const Zim::String8& context)>;
 
     TrapManager() : Entity("trapManager") {}
-    ~TrapManager() override;
     const char* typeName() const noexcept override { return "Snmp::TrapManager"; }
 
     // Takes ownership of vars.
@@ -42,6 +41,10 @@ private:
     size_t sent_ = 0;
     Sender sender_;
     std::function<void()> onEnqueue_;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~TrapManager() override;
 };
 
 } // namespace Snmp

@@ -38,6 +38,10 @@ private:
 
     String8 name_;
     Entity* parent_ = nullptr; // parents own their children, never the reverse
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~Entity() override = default;
 };
 
 class Dir : public Entity {
@@ -45,8 +49,6 @@ public:
     using Entity::Entity;
     Dir(const Dir&) = delete;
     Dir& operator=(const Dir&) = delete;
-    // Children that outlive the directory must not keep pointing at it.
-    ~Dir() override;
     const char* typeName() const noexcept override { return "Zim::Dir"; }
 
     Ptr<Entity> entity(const String8& name) const;
@@ -63,6 +65,11 @@ public:
 
 private:
     std::map<String8, Ptr<Entity>> children_;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack. Children that outlive the
+    // directory must not keep pointing at it.
+    ~Dir() override;
 };
 
 } // namespace Zim

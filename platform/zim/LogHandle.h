@@ -1,6 +1,11 @@
 #pragma once
 // Catalogue entries for operator-visible log messages. Constructing a handle makes its message
-// known to the platform (the catalogue); emitting goes to standard error with its severity.
+// known to the platform (the catalogue); log() fills its printf-style format (each %s, %d, %f in
+// turn takes the next argument) and emits the line at the handle's severity through the sink the
+// host installed (standard error until it installs one). A handle with a minimum interval emits
+// at most once per interval; the next line it emits counts the ones it held back.
+#include <functional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,10 +24,15 @@ enum class LogSeverity : int {
 
 extern const char* const NoActionRequired;
 
+class LogHandle;
+using LogSink = std::function<void(const LogHandle& handle, const std::string& text)>;
+// Where emitted lines go; an empty sink restores standard error.
+void logSinkIs(LogSink sink);
+
 class LogHandle {
 public:
     LogHandle(std::string name, LogSeverity severity, std::string format, std::string explanation,
-              std::string recommendedAction, double minimumInterval, double multiplier, int flag);
+              std::string recommendedAction, double minimumInterval);
     ~LogHandle();
     LogHandle(const LogHandle&) = delete;
     LogHandle& operator=(const LogHandle&) = delete;
@@ -33,22 +43,33 @@ public:
     const std::string& explanation() const noexcept { return explanation_; }
     const std::string& recommendedAction() const noexcept { return recommendedAction_; }
     double minimumInterval() const noexcept { return minimumInterval_; }
-    double multiplier() const noexcept { return multiplier_; }
-    int flag() const noexcept { return flag_; }
+
+    template <class... Args> void log(const Args&... args) const {
+        std::vector<std::string> texts;
+        (texts.push_back(textOf(args)), ...);
+        emit(filled(texts));
+    }
 
 private:
+    template <class Arg> static std::string textOf(const Arg& arg) {
+        std::ostringstream os;
+        os << arg;
+        return os.str();
+    }
+    std::string filled(const std::vector<std::string>& args) const;
+    void emit(const std::string& text) const;
+
     std::string name_;
     LogSeverity severity_;
     std::string format_;
     std::string explanation_;
     std::string recommendedAction_;
     double minimumInterval_;
-    double multiplier_;
-    int flag_;
+    mutable double lastEmitted_ = -1.0;
+    mutable unsigned long heldBack_ = 0;
 };
 
-// Every handle alive now, in construction order (the same name may stand more than once: each
-// unit that includes the catalogue holds its own copy).
+// Every handle alive now, in construction order.
 std::vector<const LogHandle*> logCatalogue();
 
 } // namespace Zim

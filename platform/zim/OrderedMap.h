@@ -19,6 +19,10 @@ public:
         Entry(K k, V v) : key(std::move(k)), value(std::move(v)) {}
         const K key;
         V value;
+
+    protected:
+        // Counted: deleted by its last Ptr, never on the stack.
+        ~Entry() override = default;
     };
 
 private:
@@ -149,6 +153,10 @@ private:
     Tree tree_;
     uint64_t modifications_ = 0;
     ChangeHook onChange_;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~OrderedMap() override = default;
 };
 
 } // namespace Zim

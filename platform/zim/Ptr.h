@@ -37,13 +37,24 @@ private:
 #endif
 };
 
+// A counted object is deleted by its last Ptr, so it must never live anywhere else: every counted
+// type declares its destructor protected, which makes a stack or member object of it a compile
+// error. Ptr and makePtr check that it does.
+template <class T>
+concept HeapOnly =
+    std::is_base_of_v<PtrInterface, std::remove_cv_t<T>> && !std::is_destructible_v<T>;
+
 template <class T> class Ptr {
 public:
     using element_type = T;
 
     Ptr() noexcept = default;
     Ptr(std::nullptr_t) noexcept {}
-    Ptr(T* p) noexcept : p_(p) { acquire(); }
+    Ptr(T* p) noexcept : p_(p) {
+        static_assert(HeapOnly<T>, "a counted type declares its destructor protected, so that "
+                                   "only makePtr can make it and only its last Ptr delete it");
+        acquire();
+    }
     Ptr(const Ptr& o) noexcept : p_(o.p_) { acquire(); }
     Ptr(Ptr&& o) noexcept : p_(std::exchange(o.p_, nullptr)) {}
     template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>

@@ -39,6 +39,10 @@ private:
     struct Rep : PtrInterface {
         explicit Rep(std::string_view b) : bytes(b) {}
         const std::string bytes;
+
+    protected:
+        // Counted: deleted by its last Ptr, never on the stack.
+        ~Rep() override = default;
     };
     Ptr<const Rep> rep_;
 };

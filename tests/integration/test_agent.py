@@ -188,3 +188,10 @@ def test_the_persistent_directory_counts_engine_boots(start_daemon, tmp_path):
         assert start_daemon(STATE, args=["--persistent-dir", str(saved.parent)]).stop() == 0
         boots.append(int(re.search(r"engineBoots (\d+)", saved.read_text()).group(1)))
     assert boots[1] == boots[0] + 1
+
+
+def test_the_trace_of_loaded_types_names_what_the_plug_in_announced(start_daemon):
+    daemon = start_daemon(STATE, args=["--trace", "LldpSnmp=1"])
+    line = next((x for x in daemon.log().splitlines() if "loaded types: " in x), "")
+    types = line.split("loaded types: ", 1)[-1].split(", ")
+    assert {"Lldp::Snmp::Root", "Lldp::Snmp::RemoteSystem::Key"} <= set(types), line

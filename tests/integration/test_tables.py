@@ -294,3 +294,45 @@ def test_values_the_mibs_cannot_show_fail_their_instance_only(start_daemon):
     daemon.rewrite(state)
     wait_until(lambda: daemon.get_one(entry(X1_REM_VLAN_NAME, 2, 0, 2, 5, 30)).value == b"voice")
     compare_tables(walk_rows(daemon), expected_rows(state))
+
+
+def test_walks_step_over_values_the_mibs_cannot_show(start_daemon):
+    """A neighbour whose values no SNMP type can carry (a 300-byte system name and description,
+    an empty chassis id, a 40-byte VLAN name, 600 bytes of organisationally defined information)
+    among good ones: bulk walks of those columns get every good instance and no error, a GET of a
+    bad instance gets genErr naming its varbind, and each bad instance is logged once."""
+    state = switch_state()
+    bad = neighbour(4, chassisId="", sysName="s" * 300, sysDesc="d" * 300,
+                    dot1={"vlanNames": [{"id": 5, "name": "n" * 40}, {"id": 6, "name": "ok"}]},
+                    orgDefTlvs=[{"oui": "00-80-c2", "subtype": 9, "index": 1, "info": "x" * 600},
+                                {"oui": "00-80-c2", "subtype": 9, "index": 2, "info": "fine"}])
+    port(state, 3)["neighbors"] = [neighbour(2, sysName="before"), bad,
+                                   neighbour(6, sysName="after")]
+    daemon = start_daemon(state)
+    bad_instances = {entry(REM, 5, 0, 3, 4), entry(REM, 9, 0, 3, 4), entry(REM, 10, 0, 3, 4),
+                     entry(X1_REM_VLAN_NAME, 2, 0, 3, 4, 5),
+                     entry(REM_ORG_DEF_INFO, 4, 0, 3, 4, 0, 0x80, 0xC2, 9, 1)}
+    expected = {o: v for o, v in expected_rows(state).items() if o not in bad_instances}
+    columns = [entry(REM, 5), entry(REM, 9), entry(REM, 10), entry(X1_REM_VLAN_NAME, 2),
+               entry(REM_ORG_DEF_INFO, 4)]
+    for column in columns:
+        for flags in (("-Cr20",), ("-Cr1",)):
+            proc = daemon.run("snmpbulkwalk", column, flags=EXACT + flags)
+            assert proc.returncode == 0 and error_status(proc) is None, (column, proc)
+            got = as_dict(parse_output(proc.stdout))
+            assert got == table_rows(expected, column), column
+        walked = daemon.walk(column)
+        assert as_dict(walked) == table_rows(expected, column), column
+    assert daemon.get_one(entry(REM, 9, 0, 3, 6)).value == b"after"
+
+    good = entry(REM, 9, 0, 3, 2)
+    for oid in sorted(bad_instances):
+        proc = daemon.run("snmpget", good, oid, good)
+        assert error_status(proc) == "genError", (oid, proc)
+        assert f"Failed object: .{'.'.join(map(str, oid))}" in proc.stdout + proc.stderr, proc
+    log = daemon.log()
+    for name, instance in (("lldpRemSysDesc", "'ethPortId': 3, 'index': 4"),
+                           ("lldpXdot1RemVlanName", "'vlanId': 5")):
+        lines = [line for line in log.splitlines()
+                 if "LLDP_SNMP_VALUE_NOT_SHOWN" in line and name in line and instance in line]
+        assert len(lines) == 1, (name, lines)

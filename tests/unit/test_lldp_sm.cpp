@@ -229,7 +229,7 @@ TEST_F(LldpSmDeathTest, ASecondFirstPassOrAPriorityForAnAbsentAddressStops) {
     prioritise(first, ipv4(1));
     start();
     const std::string missing = ModelTest::assertionText(
-        "localSystem()->managementAddressIteratorConst().isMemberOf( manAddrKey )");
+        "a prioritised management address is one of the local system's addresses");
     EXPECT_DEATH(sm->handleInitialized(), ModelTest::assertionText("!initialized()"));
     EXPECT_DEATH(prioritise(second, ipv4(9)), missing);
     localSystem->managementAddressDel(ipv4(1));

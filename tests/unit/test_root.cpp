@@ -176,14 +176,14 @@ TEST_F(RootTest, LocalManagementAddressRowAndPortListBelongToTheRootUntilRemoved
 }
 
 TEST(PortList, SettingAPortTwiceLeavesOneMember) {
-    PortList list("portsTxEnable");
-    list.portIdIs(port(5));
-    list.portIdIs(port(5));
-    list.newPortId(port(6));
-    EXPECT_EQ(list.portId().size(), 2u);
-    list.portIdDel(5);
-    list.portIdDel(9);
-    EXPECT_EQ(list.portId().keys(), (std::vector<unsigned short>{6}));
+    const auto list = Zim::makePtr<PortList>("portsTxEnable");
+    list->portIdIs(port(5));
+    list->portIdIs(port(5));
+    list->newPortId(port(6));
+    EXPECT_EQ(list->portId().size(), 2u);
+    list->portIdDel(5);
+    list->portIdDel(9);
+    EXPECT_EQ(list->portId().keys(), (std::vector<unsigned short>{6}));
 }
 
 } // namespace

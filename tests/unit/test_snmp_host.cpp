@@ -44,6 +44,12 @@ TEST(SnmpHostConversions, DottedTextBecomesSubIdentifiersOrIsRefused) {
                             "1.3.99999999999999999999999"}) {
         EXPECT_THAT(parseOid(bad), ElementsAre()) << '"' << bad << '"';
     }
+    // Only OIDs whose first two arcs BER can pack into one sub-identifier.
+    EXPECT_THAT(parseOid("0.39"), ElementsAre(0, 39));
+    EXPECT_THAT(parseOid("2.4294967215.1"), ElementsAre(2, 4294967215u, 1));
+    for (const char* unsendable : {"3.1", "4294967295.0", "0.40", "1.40.1", "2.4294967216"}) {
+        EXPECT_THAT(parseOid(unsendable), ElementsAre()) << '"' << unsendable << '"';
+    }
     const int three = 3 * static_cast<int>(sizeof(oid));
     EXPECT_THAT(parseOid("1.3.6", three), ElementsAre(1, 3, 6));
     EXPECT_THAT(parseOid("1.3.6.1", three), ElementsAre());

@@ -6,7 +6,9 @@
 #include "platform/lldp/LocalSystem.h"
 #include "platform/zim/Entity.h"
 #include "platform/zim/Exception.h"
+#include "platform/zim/Clock.h"
 #include "platform/zim/Jotlog.h"
+#include "platform/zim/LogHandle.h"
 #include "platform/zim/Trace.h"
 
 #include <gmock/gmock.h>
@@ -184,6 +186,34 @@ TEST(ZimJotlog, KeepsTheNewestRecordsOldestFirstUpToItsCapacity) {
         texts.push_back(r.text);
     EXPECT_THAT(texts, ElementsAre("d", "e1"));
     Jotlog::capacityIs(saved);
+}
+
+TEST(ZimLogHandle, EmitsItsFilledFormatAtItsSeverityThroughTheSinkAndHoldsBackWithinItsInterval) {
+    std::vector<std::pair<Zim::LogSeverity, std::string>> lines;
+    Zim::logSinkIs([&](const Zim::LogHandle& handle, const std::string& text) {
+        lines.emplace_back(handle.severity(), handle.name() + ": " + text);
+    });
+    const Zim::LogHandle every("TEST_EVERY", Zim::LogSeverity::warning, "%s of %d at %f%%", "",
+                               Zim::NoActionRequired, 0.0);
+    const Zim::LogHandle limited("TEST_LIMITED", Zim::LogSeverity::notice, "port %s", "",
+                                 Zim::NoActionRequired, 60.0);
+    const auto catalogue = Zim::logCatalogue();
+    EXPECT_EQ(std::count(catalogue.begin(), catalogue.end(), &every), 1);
+    every.log("sysDesc", 7, 12.5);
+    Zim::nowIs(1000.0);
+    limited.log(1);
+    Zim::nowIs(1059.0);
+    limited.log(2);
+    limited.log(3);
+    Zim::nowIs(1060.0);
+    limited.log(4);
+    Zim::nowIs(std::nullopt);
+    Zim::logSinkIs({});
+    using Line = std::pair<Zim::LogSeverity, std::string>;
+    EXPECT_EQ(lines, (std::vector<Line>{
+                         {Zim::LogSeverity::warning, "TEST_EVERY: sysDesc of 7 at 12.5%"},
+                         {Zim::LogSeverity::notice, "TEST_LIMITED: port 1"},
+                         {Zim::LogSeverity::notice, "TEST_LIMITED: port 4 (2 more held back)"}}));
 }
 
 } // namespace
