@@ -219,10 +219,10 @@ int lldpXMedTopologyChangeDetectedNotify(const Lldp::RemoteSystem& neighbour,
                                          Zim::String8 context) {
     auto snmpConfig = SnmpUtil::getSnmpConfig();
     ZIM_ASSERT(snmpConfig->notificationConfig("lldp") &&
-               "You need to register lldp traps from your DefaultConfigPlugin");
+               "the host declares the notification group lldp (notificationConfigIs)");
     ZIM_ASSERT(
         snmpConfig->notificationConfig("lldp")->notification("lldpXMedTopologyChangeDetected") &&
-        "You need to register lldpXMedTopologyChangeDetected traps from your DefaultConfigPlugin");
+        "the host declares lldpXMedTopologyChangeDetected in the group lldp (notificationIs)");
     const auto status = snmpConfig->notificationStatus("lldp", "lldpXMedTopologyChangeDetected");
     if (!status.send) {
         TRACE(4, "lldpXMedTopologyChangeDetected notification not sent. notificationStatus "

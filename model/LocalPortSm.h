@@ -33,7 +33,6 @@ public:
     // Adds the port's member rows before returning.
     LocalPortSm(Interface::EthPortId ethPortId, const Zim::Ptr<const Lldp::LocalPort>& localPort,
                 const Root::Ptr& root);
-    ~LocalPortSm() override;
     LocalPortSm(const LocalPortSm&) = delete;
     LocalPortSm& operator=(const LocalPortSm&) = delete;
 
@@ -55,6 +54,10 @@ private:
     Interface::EthPortId ethPortId_;
     std::unique_ptr<ZimLocalPort> localPort_;
     Root::Ptr root_;
+
+protected:
+    // Counted: deleted by its last Ptr, never on the stack.
+    ~LocalPortSm() override;
 };
 
 } // namespace Lldp::Snmp
