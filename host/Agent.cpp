@@ -25,7 +25,6 @@ void init_vacm_vars(void);
 void init_usmUser(void);
 void init_system_mib(void);
 void init_snmpEngine(void);
-extern netsnmp_session* main_session;
 }
 
 namespace LldpSnmpd {
@@ -156,6 +155,9 @@ void Agent::prepare() {
         // configuration file still overrides it.
         netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL,
                            agentxPingSeconds);
+        // Before the configuration is read, when the first session opens.
+        master_ = std::make_unique<MasterLink>(
+            options_.agentxSocket.empty() ? "the default AgentX socket" : options_.agentxSocket);
     } else {
         // A standalone agent does its own access control (communities, users, views) and
         // answers for its own system group and engine; a subagent leaves all that to its master.
@@ -198,33 +200,22 @@ void Agent::stop() {
         return;
     }
     started_ = false;
+    detachFromMaster();
     snmp_shutdown(appName);
     shutdown_master_agent();
     shutdown_agent();
 }
 
 void Agent::watchMasterConnection() {
-    if (!options_.agentx) {
-        return;
+    if (master_) {
+        master_->watch();
     }
-    bool connected = main_session != nullptr;
-    if (masterReported_ && connected == masterConnected_) {
-        return;
+}
+
+void Agent::detachFromMaster() {
+    if (master_) {
+        master_->detach();
     }
-    const std::string socket =
-        options_.agentxSocket.empty() ? "the default AgentX socket" : options_.agentxSocket;
-    const std::string retry = std::to_string(
-        netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL));
-    if (connected) {
-        logInfo("AgentX: registered with the master agent at " + socket);
-    } else if (masterReported_) {
-        logWarning("AgentX: lost the master agent at " + socket + "; reconnecting every " + retry +
-                   " s");
-    } else {
-        logWarning("AgentX: no master agent at " + socket + " yet; trying every " + retry + " s");
-    }
-    masterConnected_ = connected;
-    masterReported_ = true;
 }
 
 } // namespace LldpSnmpd

@@ -2,6 +2,9 @@
 // The embedded net-snmp agent: a standalone agent answering on its own transports, or an AgentX
 // subagent of a running master. Configuration comes from one file given by the operator (and
 // the agent's own persistent state); nothing is read from the system's SNMP configuration.
+#include "host/MasterLink.h"
+
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -52,13 +55,14 @@ public:
     bool isSubagent() const noexcept { return options_.agentx; }
     // In the AgentX role, logs once when the master goes away and once when it is back.
     void watchMasterConnection();
+    // In the AgentX role, closes the session with the master before the modules unregister.
+    void detachFromMaster();
 
 private:
     AgentOptions options_;
     std::string privateDir_;
     bool started_ = false;
-    bool masterConnected_ = false;
-    bool masterReported_ = false;
+    std::unique_ptr<MasterLink> master_;
 };
 
 } // namespace LldpSnmpd

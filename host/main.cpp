@@ -89,8 +89,10 @@ int run(const Options& options) {
     if (!agent.isSubagent()) {
         systemGroup.emplace(service->store().localSystem());
     }
-    agent.start();
+    // Time stamps count from here; a subagent moves this to its master's start as soon as the
+    // master tells its sysUpTime, which may be while the session opens in start().
     Snmp::agentStartTimeIs(Zim::now());
+    agent.start();
     sd_notify(0, "READY=1");
 
     sendQueuedNotifications();
@@ -107,6 +109,8 @@ int run(const Options& options) {
 
     logInfo(std::string("stopping on ") + (signal == SIGINT ? "SIGINT" : "SIGTERM"));
     sd_notify(0, "STOPPING=1");
+    // A master stopping at the same moment must not be waited on while the modules unregister.
+    agent.detachFromMaster();
     service->stop();
     systemGroup.reset();
     agent.stop();

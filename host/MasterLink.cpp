@@ -1,0 +1,177 @@
+#include "host/MasterLink.h"
+
+#include "host/Log.h"
+
+#include "platform/snmp/Conversions.h"
+#include "platform/zim/Clock.h"
+
+// net-snmp's headers go in this order: configuration, library, agent.
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+
+#include <net-snmp/agent/agent_callbacks.h>
+
+#include <cmath>
+#include <cstdio>
+
+// net-snmp's AgentX client; its header is not installed.
+extern "C" {
+extern netsnmp_session* main_session;
+void agentx_unregister_callbacks(netsnmp_session* session);
+}
+
+namespace LldpSnmpd {
+
+namespace {
+
+// AgentX PDU types and the close reason, as the protocol numbers them.
+constexpr int agentxClose = 2;
+constexpr int agentxPing = 13;
+constexpr long closeReasonShutdown = 5;
+
+// A master's sysUpTime read again on a reconnection lands within a few hundredths of the start
+// already in force when the master did not restart: keeping that start keeps every time mark,
+// and with it every index of the remote tables, where it was.
+constexpr double sameStartSeconds = 0.1;
+
+std::string seconds(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f", value);
+    return text;
+}
+
+int pingInterval() {
+    return netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL);
+}
+
+} // namespace
+
+MasterLink::MasterLink(std::string socketName) : socketName_(std::move(socketName)) {
+    snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, sessionOpened,
+                           this);
+    snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP, sessionClosed,
+                           this);
+    following_ = true;
+}
+
+MasterLink::~MasterLink() {
+    if (following_) {
+        snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START,
+                                 sessionOpened, this, 1);
+        snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP,
+                                 sessionClosed, this, 1);
+    }
+}
+
+int MasterLink::sessionOpened(int, int, void* session, void* self) {
+    static_cast<MasterLink*>(self)->onSessionOpened(static_cast<netsnmp_session*>(session));
+    return SNMPERR_SUCCESS;
+}
+
+int MasterLink::sessionClosed(int, int, void*, void* self) {
+    static_cast<MasterLink*>(self)->onSessionClosed();
+    return SNMPERR_SUCCESS;
+}
+
+int MasterLink::pingAnswered(int op, netsnmp_session*, int, netsnmp_pdu* pdu, void* self) {
+    if (op == NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE && pdu) {
+        static_cast<MasterLink*>(self)->onMasterUptime(pdu->time);
+    }
+    return 1;
+}
+
+void MasterLink::onSessionOpened(netsnmp_session* session) {
+    open_ = true;
+    openedThisRound_ = true;
+    if (!session) {
+        return;
+    }
+    // Every AgentX response carries the master's sysUpTime; a ping is the least to ask for one.
+    // It is answered before the registrations that follow on the same session.
+    netsnmp_pdu* ping = snmp_pdu_create(agentxPing);
+    ping->sessid = session->sessid;
+    if (snmp_async_send(session, ping, pingAnswered, this) == 0) {
+        snmp_free_pdu(ping);
+        logWarning("AgentX: cannot ask the master agent at " + socketName_ +
+                   " for its sysUpTime; time stamps count from this daemon's start");
+    }
+}
+
+void MasterLink::onSessionClosed() {
+    if (!open_) {
+        return;
+    }
+    open_ = false;
+    if (!lostAt_) {
+        lostAt_ = Clock::now();
+    }
+    logWarning("AgentX: lost the master agent at " + socketName_ +
+               "; the LLDP MIBs are unreachable until it is back (reconnecting every " +
+               std::to_string(pingInterval()) + " s)");
+    reported_ = true;
+}
+
+void MasterLink::onMasterUptime(long ticks) {
+    const double start = Zim::now() - static_cast<double>(ticks) / 100.0;
+    if (std::fabs(start - Snmp::agentStartTime()) < sameStartSeconds) {
+        return;
+    }
+    Snmp::agentStartTimeIs(start);
+    logInfo("AgentX: the master agent has been up " + seconds(ticks / 100.0) +
+            " s; time stamps count from its start, as its sysUpTime does");
+}
+
+void MasterLink::watch() {
+    if (openedThisRound_) {
+        openedThisRound_ = false;
+        if (lostAt_) {
+            const std::chrono::duration<double> away = Clock::now() - *lostAt_;
+            logInfo("AgentX: registered again with the master agent at " + socketName_ +
+                    "; the LLDP MIBs were unreachable for " + seconds(away.count()) + " s");
+            lostAt_.reset();
+        } else {
+            logInfo("AgentX: registered with the master agent at " + socketName_);
+        }
+        reported_ = true;
+    } else if (!reported_ && !open_) {
+        logWarning("AgentX: no master agent at " + socketName_ + " yet; trying every " +
+                   std::to_string(pingInterval()) + " s");
+        reported_ = true;
+    }
+}
+
+void MasterLink::detach() {
+    if (following_) {
+        snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START,
+                                 sessionOpened, this, 1);
+        snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP,
+                                 sessionClosed, this, 1);
+        following_ = false;
+    }
+    netsnmp_session* session = main_session;
+    if (!session) {
+        return;
+    }
+    // What net-snmp's own shutdown of the session does, without waiting for the master's answer
+    // to the close: the master may be going away too, and its answer never come. net-snmp keeps
+    // the ping alarm's handle in the session's securityModel.
+    if (session->securityModel != SNMP_DEFAULT_SECMODEL) {
+        snmp_alarm_unregister(static_cast<unsigned>(session->securityModel));
+    }
+    agentx_unregister_callbacks(session);
+    netsnmp_pdu* close = snmp_pdu_create(agentxClose);
+    close->sessid = session->sessid;
+    close->errstat = closeReasonShutdown;
+    if (snmp_async_send(session, close, nullptr, nullptr) == 0) {
+        snmp_free_pdu(close);
+    }
+    remove_trap_session(session);
+    snmp_close(session);
+    main_session = nullptr;
+    open_ = false;
+}
+
+} // namespace LldpSnmpd
