@@ -41,6 +41,10 @@ public:
 
     // The state file's path, "" when following lldpd.
     std::string stateFile() const { return stateFile_ ? stateFile_->path() : std::string(); }
+    // The lldpd socket followed; nullopt when serving a state file.
+    std::optional<std::string> lldpdSocket() const {
+        return lldpd_ ? std::optional(lldpd_->socketPath()) : std::nullopt;
+    }
     // The descriptor that becomes readable when the state file may have changed; -1 when
     // following lldpd.
     int fd() const noexcept { return stateFile_ ? stateFile_->fd() : -1; }

@@ -12,11 +12,12 @@ import pytest
 
 import lldp_lab
 import lldpdu
-from conftest import RW_CONFIG, SYS_UPTIME, notifications, wait_until
+from conftest import RW_CONFIG, SYS_UPTIME, Background, Snmp, notifications, wait_until
 from mib_rows import (AGEOUTS, DELETES, INSERTS, LAST_CHANGE, PORT_CONFIG, REM, REM_MAN_ADDR,
                       REM_ORG_DEF_INFO, REM_TABLES_CHANGE, X1_REM, X1_REM_PROTO_VLAN,
                       X1_REM_PROTOCOL, X1_REM_VLAN_NAME, X3_REM_LINK_AGG, X3_REM_MAX_FRAME,
                       X3_REM_PORT, X3_REM_POWER, entry, neighbour_rows, walk_rows)
+from test_dlmod import plugin
 
 REMOTE_TABLES = [REM, REM_MAN_ADDR, REM_ORG_DEF_INFO, X1_REM, X1_REM_PROTO_VLAN,
                  X1_REM_VLAN_NAME, X1_REM_PROTOCOL, X3_REM_PORT, X3_REM_POWER, X3_REM_LINK_AGG,
@@ -311,6 +312,23 @@ def test_served_through_an_agentx_master(switch, start_daemon, agentx_master):
     start(start_daemon, switch, agentx=agentx_master.socket, listen=False, ready=False)
     eth1 = switch.port("eth1")
     assert wait_until(lambda: "peer" in served(agentx_master.snmp, eth1), timeout=20)
+
+
+def test_debian_snmpd_follows_lldpd_through_the_dlmod_plugin(switch, tmp_path):
+    conf = (RW_CONFIG + "dontLogTCPWrappersConnects yes\n"
+            f"dlmod lldpsnmp {plugin()}\nlldpLldpdSocket {switch.lldpd.socket}\n")
+    snmpd = Background(tmp_path, "snmpd", conf, ["-m", "", "-M", "/dev/null"])
+    try:
+        snmp = Snmp(snmpd.folder, snmpd.port)
+        eth1 = switch.port("eth1")
+        assert wait_until(lambda: "peer" in served(snmp, eth1), timeout=20), snmpd.log()
+        assert f"serving the LLDP MIBs from lldpd at {switch.lldpd.socket}" in snmpd.log()
+        switch.peer.configure("system", "hostname", "peer-renamed")
+        assert wait_until(lambda: "peer-renamed" in served(snmp, eth1), timeout=15), \
+            snmpd.log()
+    finally:
+        assert snmpd.stop() == 0, snmpd.log()
+    assert "rror" not in snmpd.log(), snmpd.log()
 
 
 def test_dump_state_is_a_state_file_that_serves_the_same(switch, start_daemon, tmp_path):
