@@ -32,8 +32,8 @@ def time_mark(master, index, uptime):
     """A neighbour's lldpRemTimeMark through the master: the highest TimeFilter under which a
     GET of its lldpRemSysName still answers."""
     def answers(mark):
-        proc = master.snmp.run("snmpget", REM_SYS_NAME + (mark, 1, index))
-        return proc.returncode == 0 and isinstance(parse_output(proc.stdout)[0].value, bytes)
+        (varbind,) = master.snmp.get(REM_SYS_NAME + (mark, 1, index))
+        return isinstance(varbind.value, bytes)
 
     low, high = 0, uptime
     if not answers(low):
@@ -59,19 +59,26 @@ def served(master):
     return proc.returncode == 0 and parse_output(proc.stdout)[0].type == "Timeticks"
 
 
+def master_uptime(master):
+    return master.snmp.get_one(SYS_UPTIME).value
+
+
 def test_time_stamps_are_on_the_masters_clock(start_daemon, agentx_master):
     agentx_master.start()
     time.sleep(4)  # the master's sysUpTime is ahead of anything the subagent could count
+    started = master_uptime(agentx_master)
     daemon = start_daemon(STATE, agentx=agentx_master.socket, ready=False)
     assert wait_until(lambda: served(agentx_master), 10.0), daemon.log()
 
+    before = master_uptime(agentx_master)
     daemon.rewrite(with_second_neighbour())
-    assert wait_until(lambda: clocks(agentx_master)[2][1] is not None, 5.0), daemon.log()
-    uptime, change, marks = clocks(agentx_master)
-    # The change happened well after the master's fourth second, and a moment ago.
-    assert 400 < change <= uptime and uptime - change < 300, (uptime, change, daemon.log())
+    assert wait_until(lambda: (clocks(agentx_master) or (0, 0, [None, None]))[2][1] is not None,
+                      10.0), daemon.log()
+    uptime, change, marks = wait_until(lambda: clocks(agentx_master))
+    # On the subagent's own clock the change would be some 400 hundredths before `before`.
+    assert before <= change <= uptime, (before, change, uptime, daemon.log())
     # (the TimeFilter lets a row through up to two hundredths after its change)
-    assert change <= marks[1] <= change + 2 and 400 < marks[0] <= marks[1], (marks, change)
+    assert change <= marks[1] <= change + 2 and started <= marks[0] <= marks[1], (marks, change)
     assert "the master agent has been up" in daemon.log()
 
     # A new subagent under the same master: nothing goes back on the master's clock.
@@ -79,7 +86,7 @@ def test_time_stamps_are_on_the_masters_clock(start_daemon, agentx_master):
     time.sleep(1)
     again = start_daemon(with_second_neighbour(), agentx=agentx_master.socket, ready=False)
     assert wait_until(lambda: served(agentx_master), 10.0), again.log()
-    uptime_after, change_after, marks_after = clocks(agentx_master)
+    uptime_after, change_after, marks_after = wait_until(lambda: clocks(agentx_master))
     assert change < change_after <= uptime_after, (change, change_after, uptime_after)
     assert marks_after[1] >= marks[1] and marks_after[0] >= marks[0], (marks, marks_after)
 
