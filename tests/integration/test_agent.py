@@ -136,9 +136,10 @@ def test_agentx_subagent_through_a_real_master(start_daemon, agentx_master, trap
         "no master agent", "registered with the master agent", "lost the master agent",
         "registered again with the master agent")] == [1, 1, 1, 1] and \
         "Failed to connect" not in log, log
-    # How long the LLDP MIBs were away: the master was down 1.5 s, and back within a ping.
+    # How long the LLDP MIBs were away: the master was down 1.5 s, then took its time to start
+    # and the subagent up to a ping interval to find it.
     away = float(re.search(r"unreachable for (\d+\.\d) s", log).group(1))
-    assert 1.5 <= away < 5.0, log
+    assert 1.5 <= away < 15.0, log
 
     # lldpRemTablesChange goes out through the master (a second change should the first fall
     # in the notification interval of one at start).
