@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace LldpSnmpd {
 
@@ -159,38 +160,132 @@ void fillRemoteSystem(Lldp::RemoteSystem& rs, const NeighborDoc& doc) {
 
 } // namespace
 
-ApplySummary StateApplier::stateIs(const StateDoc& next) {
-    Jotlog::BlockTimer timer("StateApplier::stateIs");
-    const double now = Zim::now();
-    ApplySummary summary;
+namespace {
 
-    configIs(next.config);
-    localSystemIs(next.localSystem);
+// Whether the neighbour sends what it sent before; its stated change time does not count. The
+// fresh document is the one that may be changed for a moment: the applied one may share its
+// strings with the served entities, and is only read.
+bool sendsTheSame(NeighborDoc& fresh, const NeighborDoc& applied) {
+    const auto stated = std::exchange(fresh.lastChangeTime, applied.lastChangeTime);
+    const bool same = fresh == applied;
+    fresh.lastChangeTime = stated;
+    return same;
+}
 
+} // namespace
+
+StatePlan StateApplier::plan(StateDoc next) const {
+    StatePlan plan;
     // Every interface that goes (or changes its port number) leaves before any arrives, so two
     // interfaces may swap their port numbers.
     for (const auto& [name, old] : applied_.interfaces) {
         auto it = next.interfaces.find(name);
-        if (it != next.interfaces.end() && it->second.portNum == old.portNum) {
+        if (it == next.interfaces.end() || it->second.portNum != old.portNum) {
+            plan.leaving_.push_back(name);
+        }
+    }
+    std::vector<InterfaceDoc*> byPort;
+    byPort.reserve(next.interfaces.size());
+    for (auto& [name, intf] : next.interfaces) {
+        byPort.push_back(&intf);
+    }
+    std::sort(byPort.begin(), byPort.end(),
+              [](const InterfaceDoc* a, const InterfaceDoc* b) { return a->portNum < b->portNum; });
+    for (InterfaceDoc* intf : byPort) {
+        StatePlan::Interface change;
+        change.name = intf->name;
+        auto old = applied_.interfaces.find(intf->name);
+        if (old == applied_.interfaces.end() || old->second.portNum != intf->portNum) {
+            change.isNew = true;
+            plan.neighboursToApply_ += intf->neighbors.size();
+            plan.interfaces_.push_back(std::move(change));
             continue;
         }
+        const InterfaceDoc& was = old->second;
+        change.ownChanged = !(was.config == intf->config && was.local == intf->local &&
+                              was.statistics == intf->statistics);
+        for (const auto& [index, neighbor] : was.neighbors) {
+            if (!intf->neighbors.contains(index)) {
+                change.gone.push_back(index);
+            }
+        }
+        // What did not change leaves the new document here; the applied one keeps its own.
+        auto& neighbors = intf->neighbors;
+        for (auto it = neighbors.begin(); it != neighbors.end();) {
+            auto before = was.neighbors.find(it->first);
+            if (before == was.neighbors.end()) {
+                change.added.push_back(it->first);
+            } else if (!sendsTheSame(it->second, before->second)) {
+                change.changed.push_back(it->first);
+            } else if (it->second.lastChangeTime &&
+                       it->second.lastChangeTime != before->second.lastChangeTime) {
+                change.retimed.push_back(it->first);
+            } else {
+                it = neighbors.erase(it);
+                continue;
+            }
+            ++it;
+        }
+        const size_t count = change.gone.size() + change.added.size() + change.changed.size() +
+                             change.retimed.size();
+        if (count > 0 || change.ownChanged) {
+            plan.neighboursToApply_ += count;
+            plan.interfaces_.push_back(std::move(change));
+        }
+    }
+    plan.next_ = std::move(next);
+    return plan;
+}
+
+ApplySummary StateApplier::apply(StatePlan plan) {
+    Jotlog::BlockTimer timer("StateApplier::apply");
+    const double now = Zim::now();
+    ApplySummary summary;
+    StateDoc& next = plan.next_;
+
+    configIs(next.config);
+    localSystemIs(next.localSystem);
+    for (const auto& name : plan.leaving_) {
+        const InterfaceDoc& old = applied_.interfaces.at(name);
         interfaceDel(old);
         ++summary.interfacesRemoved;
         summary.neighborsRemoved += old.neighbors.size();
     }
-    for (const InterfaceDoc* intf : next.interfacesByPort()) {
-        auto it = applied_.interfaces.find(intf->name);
-        if (it != applied_.interfaces.end() && it->second.portNum == intf->portNum) {
-            interfaceIs(it->second, *intf, now, summary);
+    for (const auto& change : plan.interfaces_) {
+        const InterfaceDoc& intf = next.interfaces.at(change.name);
+        if (change.isNew) {
+            newInterface(intf, now);
+            ++summary.interfacesAdded;
+            summary.neighborsAdded += intf.neighbors.size();
+        } else {
+            planned(change, intf, now, summary);
+        }
+    }
+    statusIs(next.status, summary, now);
+
+    // The applied documents of the neighbours that did not change join the new document; what
+    // is left of the old one (the neighbours that went or changed) goes with it.
+    for (const auto& change : plan.interfaces_) {
+        if (change.isNew) {
             continue;
         }
-        newInterface(*intf, now);
-        ++summary.interfacesAdded;
-        summary.neighborsAdded += intf->neighbors.size();
+        auto& old = applied_.interfaces.at(change.name).neighbors;
+        for (int32_t index : change.gone) {
+            old.erase(index);
+        }
     }
-
-    statusIs(next.status, summary, now);
-    applied_ = next;
+    for (auto& [name, intf] : next.interfaces) {
+        auto old = applied_.interfaces.find(name);
+        if (old == applied_.interfaces.end() || old->second.portNum != intf.portNum) {
+            continue;
+        }
+        if (intf.neighbors.empty()) {
+            intf.neighbors.swap(old->second.neighbors);
+        } else {
+            intf.neighbors.merge(old->second.neighbors);
+        }
+    }
+    applied_ = std::move(next);
     JOTLOG("state applied: interfaces +"
            << summary.interfacesAdded << " -" << summary.interfacesRemoved << ", neighbours +"
            << summary.neighborsAdded << " -" << summary.neighborsRemoved << " ~"
@@ -358,13 +453,8 @@ void StateApplier::interfaceDel(const InterfaceDoc& doc) {
 
 void StateApplier::interfaceIs(const InterfaceDoc& old, const InterfaceDoc& next, double now,
                                ApplySummary& summary) {
-    const auto& e = interfaces_.at(next.name);
-    portConfigKeys().apply(next.config, *e.portConfig);
-    localPortKeys().apply(next.local, *e.localPort);
-    fillLocalPortMembers(*e.localPort, *e.portConfig, next.local);
-    statisticsKeys().apply(next.statistics, *e.portStatus);
-
-    auto& ps = *e.portStatus;
+    interfaceOwnIs(next);
+    auto& ps = *interfaces_.at(next.name).portStatus;
     for (const auto& [index, was] : old.neighbors) {
         if (next.neighbors.contains(index)) {
             continue;
@@ -394,6 +484,51 @@ void StateApplier::interfaceIs(const InterfaceDoc& old, const InterfaceDoc& next
             rs.lastChangeTimeIs(*neighbor.lastChangeTime);
         } else if (changed) {
             rs.lastChangeTimeIs(now);
+        }
+    }
+}
+
+void StateApplier::interfaceOwnIs(const InterfaceDoc& next) {
+    const auto& e = interfaces_.at(next.name);
+    portConfigKeys().apply(next.config, *e.portConfig);
+    localPortKeys().apply(next.local, *e.localPort);
+    fillLocalPortMembers(*e.localPort, *e.portConfig, next.local);
+    statisticsKeys().apply(next.statistics, *e.portStatus);
+}
+
+void StateApplier::planned(const StatePlan::Interface& change, const InterfaceDoc& next, double now,
+                           ApplySummary& summary) {
+    if (change.ownChanged) {
+        interfaceOwnIs(next);
+    }
+    auto& ps = *interfaces_.at(next.name).portStatus;
+    for (int32_t index : change.gone) {
+        ZTRACE(trace(), 2, "Removing neighbour " << index << " of " << text(next.name));
+        ps.remoteSystemDel(index);
+        ++summary.neighborsRemoved;
+    }
+    for (int32_t index : change.added) {
+        ZTRACE(trace(), 2, "Adding neighbour " << index << " of " << text(next.name));
+        ps.remoteSystemIs(index, newRemoteSystem(next.neighbors.at(index), ps, now));
+        ++summary.neighborsAdded;
+    }
+    for (int32_t index : change.changed) {
+        const NeighborDoc& neighbor = next.neighbors.at(index);
+        const Zim::Ptr<Lldp::RemoteSystem>* existing = ps.remoteSystem().find(index);
+        if (!existing) {
+            ps.remoteSystemIs(index, newRemoteSystem(neighbor, ps, now));
+            ++summary.neighborsAdded;
+            continue;
+        }
+        // The same neighbour keeps its entity: only what it sends differently is set.
+        ZTRACE(trace(), 2, "Updating neighbour " << index << " of " << text(next.name));
+        fillRemoteSystem(**existing, neighbor);
+        (*existing)->lastChangeTimeIs(neighbor.lastChangeTime.value_or(now));
+        ++summary.neighborsChanged;
+    }
+    for (int32_t index : change.retimed) {
+        if (const auto* existing = ps.remoteSystem().find(index)) {
+            (*existing)->lastChangeTimeIs(*next.neighbors.at(index).lastChangeTime);
         }
     }
 }

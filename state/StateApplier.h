@@ -49,6 +49,32 @@ struct ApplySummary {
     }
 };
 
+// What a document changes against the applied one: which interfaces go, and for each interface
+// with anything to apply, which neighbours go, arrive, change what they send or only their
+// stated change time. Made by StateApplier::plan() off the event loop; the documents of
+// neighbours that did not change are dropped from it there, so the loop applies only the
+// difference and keeps the documents it already holds for the rest.
+class StatePlan {
+public:
+    size_t neighboursToApply() const noexcept { return neighboursToApply_; }
+
+private:
+    friend class StateApplier;
+    struct Interface {
+        Ifkit::IntfId name;
+        bool isNew = false;      // arrives, or changes its port number
+        bool ownChanged = false; // its configuration, local port or statistics differ
+        std::vector<int32_t> gone;
+        std::vector<int32_t> added;
+        std::vector<int32_t> changed; // sends something else
+        std::vector<int32_t> retimed; // sends the same; only its stated change time differs
+    };
+    StateDoc next_;
+    std::vector<Ifkit::IntfId> leaving_; // interfaces that go or change their port number
+    std::vector<Interface> interfaces_;  // those with anything to apply, in port-number order
+    size_t neighboursToApply_ = 0;
+};
+
 class StateApplier {
 public:
     explicit StateApplier(const StateStore& store) : store_(store) {}
@@ -58,7 +84,12 @@ public:
     // Null until the mirror exists; interfaces applied before are handed over by the caller.
     void glueIs(MirrorGlue* glue) noexcept { glue_ = glue; }
 
-    ApplySummary stateIs(const StateDoc& next);
+    // Compares next with the applied document. Reads only the applier's own document, never the
+    // served entities, so it may run on another thread as long as nothing is applied meanwhile.
+    StatePlan plan(StateDoc next) const;
+    // Applies what the plan found, and makes its document the applied one.
+    ApplySummary apply(StatePlan plan);
+    ApplySummary stateIs(StateDoc next) { return apply(plan(std::move(next))); }
     // As stateIs, for a source that knows which interfaces changed: only those named are
     // compared (added, changed or removed as next has them); the others stay as applied.
     ApplySummary interfacesIs(const StateDoc& next, const std::vector<Ifkit::IntfId>& changed);
@@ -75,6 +106,9 @@ private:
     void interfaceDel(const InterfaceDoc& doc);
     void interfaceIs(const InterfaceDoc& old, const InterfaceDoc& next, double now,
                      ApplySummary& summary);
+    void interfaceOwnIs(const InterfaceDoc& next);
+    void planned(const StatePlan::Interface& change, const InterfaceDoc& next, double now,
+                 ApplySummary& summary);
     Zim::Ptr<Lldp::RemoteSystem> newRemoteSystem(const NeighborDoc& doc, Lldp::PortStatus& parent,
                                                  double now) const;
     void statusIs(const StatusDoc& doc, const ApplySummary& summary, double now);

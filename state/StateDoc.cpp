@@ -5,6 +5,9 @@
 namespace LldpSnmpd {
 
 bool NeighborDoc::sameAdvertisement(const NeighborDoc& other) const {
+    if (lastChangeTime == other.lastChangeTime) {
+        return *this == other;
+    }
     NeighborDoc copy = *this;
     copy.lastChangeTime = other.lastChangeTime;
     return copy == other;

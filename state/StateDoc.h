@@ -70,6 +70,7 @@ struct PortConfigDoc {
     Lldp::PortConfig::Dot3EnabledTlvs dot3TlvsTxEnable;
     bool portVlanTxEnable = false;
     bool manAddrTxEnable = false;
+    friend bool operator==(const PortConfigDoc&, const PortConfigDoc&) = default;
 };
 
 // The LLDP-MED objects of one local port.
@@ -80,6 +81,7 @@ struct LocalPortMedDoc {
     std::map<Lldp::PolicyAppType, Lldp::MediaPolicy> policies;
     std::map<int32_t, Lldp::MedLocation> locations; // by subtype
     std::optional<Lldp::MedPsePortPower> psePower;
+    friend bool operator==(const LocalPortMedDoc&, const LocalPortMedDoc&) = default;
 };
 
 struct LocalPortDoc {
@@ -97,6 +99,7 @@ struct LocalPortDoc {
     Lldp::MacPhyConfigStatusInfo macPhy;
     std::optional<Lldp::PowerViaMdiInfo> power;
     LocalPortMedDoc med;
+    friend bool operator==(const LocalPortDoc&, const LocalPortDoc&) = default;
 };
 
 struct StatisticsDoc {
@@ -107,6 +110,7 @@ struct StatisticsDoc {
     uint32_t rxTLVsDiscardedTotal = 0;
     uint32_t rxTLVsUnrecognizedTotal = 0;
     uint32_t rxAgeoutsTotal = 0;
+    friend bool operator==(const StatisticsDoc&, const StatisticsDoc&) = default;
 };
 
 struct InterfaceDoc {

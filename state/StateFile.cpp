@@ -5,6 +5,7 @@
 
 #include "platform/zim/Jotlog.h"
 
+#include <malloc.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
@@ -58,25 +59,28 @@ StateFile::~StateFile() {
 StateFile::Reading StateFile::readFile() const {
     Reading reading;
     try {
-        reading.doc = loadStateFile(path_);
+        reading.plan = applier_.plan(loadStateFile(path_));
     } catch (const StateError& e) {
         reading.refusal = e.path() + ": " + e.reason();
     } catch (const std::exception& e) {
         // Out of memory, or a fault of ours: refused all the same, never fatal.
         reading.refusal = e.what();
     }
+    // The parse tree and the documents of neighbours that did not change are gone: their pages
+    // go back to the system rather than keep the height of the reading as resident memory.
+    malloc_trim(0);
     return reading;
 }
 
 bool StateFile::apply(Reading reading) {
-    if (!reading.doc) {
+    if (!reading.plan) {
         logError("refusing state file " + path_ + ": " + reading.refusal +
                  (everApplied_ ? " (the state served stays as it was)" : ""));
         JOTLOG("refused " << path_ << ": " << reading.refusal);
         return false;
     }
     try {
-        auto summary = applier_.stateIs(*reading.doc);
+        auto summary = applier_.apply(std::move(*reading.plan));
         everApplied_ = true;
         logInfo("applied state file " + path_ + ": " + describe(summary));
         return true;

@@ -5,8 +5,9 @@
 // folder of the file it resolves to is watched too. A file that does not parse or validate is
 // refused whole and the state already served stays as it is.
 //
-// Reloads read and check the file on a worker thread, so that SNMP requests are answered
-// meanwhile; the loop applies the new document (only its difference) when the worker is done.
+// Reloads read and check the file on a worker thread, and compare it there with the document
+// applied before, so that SNMP requests are answered meanwhile; the loop applies only the
+// difference when the worker is done.
 #include "state/StateApplier.h"
 #include "state/StateParser.h"
 
@@ -49,9 +50,9 @@ private:
     };
     // Follows the path's links and watches the folder of the file they end at.
     void watchTarget();
-    // What one reading of the file gave: a document or the refusal.
+    // What one reading of the file gave: the difference it makes, or the refusal.
     struct Reading {
-        std::optional<StateDoc> doc;
+        std::optional<StatePlan> plan;
         std::string refusal; // "path: reason" when refused
     };
     Reading readFile() const;

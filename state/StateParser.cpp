@@ -148,7 +148,10 @@ private:
 
 } // namespace
 
-StateDoc parseState(std::string_view text) {
+namespace {
+
+// The JSON tree of the text, checked for duplicate keys, depth and string sizes.
+Json parseTree(std::string_view text) {
     Json j;
     DuplicateKeyFinder finder;
     try {
@@ -177,7 +180,13 @@ StateDoc parseState(std::string_view text) {
     if (!finder.duplicate().empty()) {
         throw StateError(finder.duplicate(), "duplicate key (a key may appear once per object)");
     }
-    return stateKeys().read(j, "$");
+    return j;
+}
+
+} // namespace
+
+StateDoc parseState(std::string_view text) {
+    return stateKeys().read(parseTree(text), "$");
 }
 
 StateDoc loadStateFile(const std::string& fileName) {
@@ -224,7 +233,10 @@ StateDoc loadStateFile(const std::string& fileName) {
         throw StateError("$", tooLarge(used));
     }
     text.resize(used);
-    return parseState(text);
+    // The text goes before the tree is read into a document: the three are never whole at once.
+    Json tree = parseTree(text);
+    std::string().swap(text);
+    return stateKeys().read(tree, "$");
 }
 
 } // namespace LldpSnmpd

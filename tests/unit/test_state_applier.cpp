@@ -122,4 +122,74 @@ TEST_F(StateApplierTest, CountersGivenByTheDocumentWinAndCountingGoesOnFromThem)
     EXPECT_EQ(store.config()->txDelay(), 2);
 }
 
+// A reload is planned off the loop against the applied document: the plan holds only what
+// changed, and once applied the applied document still describes every neighbour served.
+TEST_F(StateApplierTest, APlanHoldsOnlyTheDifferenceAndTheAppliedDocumentStaysWhole) {
+    applier.stateIs(state(neighbour(1, "a") + "," + neighbour(2, "b") + "," + neighbour(3, "c") +
+                          "," + neighbour(4, "d")));
+    ChangeCounter untouched;
+    untouched.notifierIs(remote(1));
+
+    auto plan = applier.plan(state(neighbour(1, "a") + "," + neighbour(2, "b2") + "," +
+                                   neighbour(4, "d") + "," + neighbour(5, "e")));
+    EXPECT_EQ(plan.neighboursToApply(), 3u); // 2 changed, 3 gone, 5 added
+    auto summary = applier.apply(std::move(plan));
+    EXPECT_EQ(summary.neighborsChanged, 1u);
+    EXPECT_EQ(summary.neighborsRemoved, 1u);
+    EXPECT_EQ(summary.neighborsAdded, 1u);
+    EXPECT_EQ(untouched.changes, 0);
+
+    const auto& kept = applier.applied().interfaces.begin()->second.neighbors;
+    ASSERT_EQ(kept.size(), 4u);
+    EXPECT_EQ(kept.at(1).sysName.str(), "a");
+    EXPECT_EQ(kept.at(2).sysName.str(), "b2");
+    EXPECT_FALSE(kept.contains(3));
+    EXPECT_EQ(kept.at(5).sysName.str(), "e");
+    EXPECT_EQ(remote(2)->sysName().str(), "b2");
+    EXPECT_FALSE(remote(3));
+
+    // Compared with the document it now holds, the same state is no change at all.
+    EXPECT_EQ(applier
+                  .plan(state(neighbour(1, "a") + "," + neighbour(2, "b2") + "," +
+                              neighbour(4, "d") + "," + neighbour(5, "e")))
+                  .neighboursToApply(),
+              0u);
+}
+
+TEST_F(StateApplierTest, AStatedChangeTimeAloneMovesOnlyTheTime) {
+    auto timed = [](int index, const std::string& name, int time) {
+        auto text = neighbour(index, name);
+        return text.insert(1, R"("lastChangeTime": )" + std::to_string(time) + ", ");
+    };
+    applier.stateIs(state(timed(1, "a", 500) + "," + timed(2, "b", 500)));
+    ChangeCounter counter;
+    counter.notifierIs(remote(1));
+
+    auto summary = applier.stateIs(state(timed(1, "a", 600) + "," + timed(2, "b", 500)));
+    EXPECT_EQ(summary.neighborsChanged, 0u);
+    EXPECT_EQ(counter.changes, 1);
+    EXPECT_EQ(remote(1)->lastChangeTime(), 600.0);
+    EXPECT_EQ(remote(2)->lastChangeTime(), 500.0);
+    EXPECT_EQ(
+        applier.plan(state(timed(1, "a", 600) + "," + timed(2, "b", 500))).neighboursToApply(), 0u);
+}
+
+TEST_F(StateApplierTest, APortOfItsOwnChangesWithoutItsNeighbours) {
+    auto withDesc = [](const std::string& desc) {
+        return parseState("{" + local + R"(, "interfaces": [{"name": "Ethernet1", "portNum": 1,
+            "local": {"portDesc": ")" +
+                          desc + R"("}, "neighbors": [)" + neighbour(1, "a") + "]}]}");
+    };
+    applier.stateIs(withDesc("uplink"));
+    ChangeCounter counter;
+    counter.notifierIs(remote(1));
+    auto summary = applier.stateIs(withDesc("downlink"));
+    EXPECT_FALSE(summary.remoteTablesChanged());
+    EXPECT_EQ(counter.changes, 0);
+    const auto* port =
+        store.localSystem()->localPort().find(Ifkit::IntfId(Zim::String8("Ethernet1")));
+    ASSERT_TRUE(port);
+    EXPECT_EQ((*port)->portDesc().str(), "downlink");
+}
+
 } // namespace
