@@ -1,5 +1,7 @@
 #include "state/LldpdView.h"
 
+#include "state/LldpdMed.h"
+
 #include <lldp-const.h>
 
 #include <arpa/inet.h>
@@ -137,17 +139,40 @@ void readDot1(lldpctl_atom_t* port, NeighborDoc& doc) {
     });
 }
 
-void readDot3(lldpctl_atom_t* port, NeighborDoc& doc) {
+// The MAC/PHY configuration of a port atom, lldpd's own or a neighbour's. lldpd has no
+// "received" flag: all zero is taken as none.
+std::optional<Lldp::MacPhyConfigStatusInfo> macPhyOf(lldpctl_atom_t* port) {
     Lldp::MacPhyConfigStatusInfo macPhy;
     macPhy.autoNegSupported = atomInt(port, lldpctl_k_port_dot3_autoneg_support) > 0;
     macPhy.autoNegEnabled = atomInt(port, lldpctl_k_port_dot3_autoneg_enabled) > 0;
     macPhy.autoNegAdvertisedCapAsU16 =
         static_cast<uint16_t>(atomInt(port, lldpctl_k_port_dot3_autoneg_advertised));
     macPhy.operMauType = toInt32(atomInt(port, lldpctl_k_port_dot3_mautype));
-    // lldpd has no "received" flag: an all-zero MAC/PHY TLV is taken as none received.
-    if (!(macPhy == Lldp::MacPhyConfigStatusInfo{})) {
-        doc.macPhy = macPhy;
+    if (macPhy == Lldp::MacPhyConfigStatusInfo{}) {
+        return std::nullopt;
     }
+    return macPhy;
+}
+
+// Power via MDI of a port atom; none when lldpd has no device type for it.
+std::optional<Lldp::PowerViaMdiInfo> powerOf(lldpctl_atom_t* port) {
+    Atom power(lldpctl_atom_get(port, lldpctl_k_port_dot3_power));
+    const long deviceType = atomInt(power.get(), lldpctl_k_dot3_power_devicetype);
+    if (deviceType <= 0) {
+        return std::nullopt;
+    }
+    Lldp::PowerViaMdiInfo info;
+    info.powerPortClass = toInt32(deviceType);
+    info.powerMdiSupported = atomInt(power.get(), lldpctl_k_dot3_power_supported) > 0;
+    info.powerMdiEnabled = atomInt(power.get(), lldpctl_k_dot3_power_enabled) > 0;
+    info.powerPairControllable = atomInt(power.get(), lldpctl_k_dot3_power_paircontrol) > 0;
+    info.powerPairs = toInt32(atomInt(power.get(), lldpctl_k_dot3_power_pairs));
+    info.powerClass = toInt32(atomInt(power.get(), lldpctl_k_dot3_power_class));
+    return info;
+}
+
+void readDot3(lldpctl_atom_t* port, NeighborDoc& doc) {
+    doc.macPhy = macPhyOf(port);
     if (const long mfs = atomInt(port, lldpctl_k_port_dot3_mfs); mfs > 0) {
         doc.maxFrameSize = toInt32(mfs);
     }
@@ -155,18 +180,7 @@ void readDot3(lldpctl_atom_t* port, NeighborDoc& doc) {
     if (const long aggregId = atomInt(port, lldpctl_k_port_dot3_aggregid); aggregId > 0) {
         doc.linkAgg = LinkAggDoc{Lldp::LinkAggStatusMap{linkAggCapableEnabled}, toInt32(aggregId)};
     }
-    Atom power(lldpctl_atom_get(port, lldpctl_k_port_dot3_power));
-    if (const long deviceType = atomInt(power.get(), lldpctl_k_dot3_power_devicetype);
-        deviceType > 0) {
-        Lldp::PowerViaMdiInfo info;
-        info.powerPortClass = toInt32(deviceType);
-        info.powerMdiSupported = atomInt(power.get(), lldpctl_k_dot3_power_supported) > 0;
-        info.powerMdiEnabled = atomInt(power.get(), lldpctl_k_dot3_power_enabled) > 0;
-        info.powerPairControllable = atomInt(power.get(), lldpctl_k_dot3_power_paircontrol) > 0;
-        info.powerPairs = toInt32(atomInt(power.get(), lldpctl_k_dot3_power_pairs));
-        info.powerClass = toInt32(atomInt(power.get(), lldpctl_k_dot3_power_class));
-        doc.power = info;
-    }
+    doc.power = powerOf(port);
 }
 
 // Organisationally specific TLVs that lldpd did not decode itself; repeats of one OUI and
@@ -204,6 +218,7 @@ NeighborDoc readNeighbor(lldpctl_atom_t* port) {
     readDot1(port, doc);
     readDot3(port, doc);
     readOrgDefTlvs(port, doc);
+    doc.med = readNeighborMed(chassis.get(), port);
     return doc;
 }
 
@@ -235,6 +250,12 @@ LldpdGlobal readGlobal(const LldpdConnection& connection) {
     auto& local = global.localSystem;
     readChassis(chassis.get(), local.chassisIdSubtype, local.chassisId, local.sysName,
                 local.sysDesc, local.sysCapSupported, local.sysCapEnabled);
+    // lldpd's own LLDP-MED device class (0 until it sends LLDP-MED) and inventory.
+    if (const long deviceClass = atomInt(chassis.get(), lldpctl_k_chassis_med_type);
+        deviceClass >= LLDP_MED_CLASS_I && deviceClass <= LLDP_MED_NETWORK_DEVICE) {
+        local.med.deviceClass = toInt32(deviceClass);
+    }
+    local.med.inventory = readMedInventory(chassis.get()).value_or(Lldp::MedInventory{});
     // lldpd sends its addresses in its own order, all on every port, or none.
     uint32_t priority = 0;
     for (const auto& address : managementAddresses(chassis.get())) {
@@ -272,8 +293,8 @@ LldpdPort readPort(const LldpdConnection& connection, lldpctl_atom_t* interface,
     // addresses only where its configuration says so.
     config.tlvsTxEnable = Lldp::PortConfig::EnabledTlvs(
         txPortDesc | txSysName | txSysDesc | (global.capabilitiesAdvertised ? txSysCap : 0));
-    Atom power(lldpctl_atom_get(port.get(), lldpctl_k_port_dot3_power));
-    const bool sendsPower = atomInt(power.get(), lldpctl_k_dot3_power_devicetype) > 0;
+    const auto power = powerOf(port.get());
+    const bool sendsPower = power.has_value();
     config.dot3TlvsTxEnable = Lldp::PortConfig::Dot3EnabledTlvs(
         txMacPhy | txLinkAgg | txMaxFrameSize | (sendsPower ? txPower : 0));
     config.portVlanTxEnable = true;
@@ -289,6 +310,11 @@ LldpdPort readPort(const LldpdConnection& connection, lldpctl_atom_t* interface,
         local.linkAggPortId = toInt32(aggregId);
     }
     local.maxFrameSize = toInt32(std::max(atomInt(port.get(), lldpctl_k_port_dot3_mfs), 0L));
+    local.macPhy = macPhyOf(port.get()).value_or(Lldp::MacPhyConfigStatusInfo{});
+    local.power = power;
+    // The policies and locations configured on the port (lldpcli configure ports ... med).
+    local.med.policies = readMedPolicies(port.get());
+    local.med.locations = readMedLocations(port.get());
 
     auto counter = [&](lldpctl_key_t key) {
         return static_cast<uint32_t>(std::max(atomInt(port.get(), key), 0L));

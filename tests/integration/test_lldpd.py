@@ -13,10 +13,13 @@ import pytest
 import lldp_lab
 import lldpdu
 from conftest import RW_CONFIG, SYS_UPTIME, Background, Snmp, notifications, wait_until
-from mib_rows import (AGEOUTS, DELETES, INSERTS, LAST_CHANGE, PORT_CONFIG, REM, REM_MAN_ADDR,
-                      REM_ORG_DEF_INFO, REM_TABLES_CHANGE, X1_REM, X1_REM_PROTO_VLAN,
-                      X1_REM_PROTOCOL, X1_REM_VLAN_NAME, X3_REM_LINK_AGG, X3_REM_MAX_FRAME,
-                      X3_REM_PORT, X3_REM_POWER, entry, neighbour_rows, walk_rows)
+from mib_rows import (AGEOUTS, DELETES, INSERTS, LAST_CHANGE, MED_LOC_POLICY, MED_REM_CAP,
+                      MED_REM_INVENTORY, MED_REM_LOCATION, MED_REM_PD, MED_REM_POLICY, MED_REM_PSE,
+                      MED_REM_XPOE, PORT_CONFIG, REM, REM_MAN_ADDR, REM_ORG_DEF_INFO,
+                      REM_TABLES_CHANGE, X1_REM, X1_REM_PROTO_VLAN, X1_REM_PROTOCOL,
+                      X1_REM_VLAN_NAME, X3_LOC_POWER, X3_REM_LINK_AGG, X3_REM_MAX_FRAME,
+                      X3_REM_PORT, X3_REM_POWER, app_type_index, entry, location_info,
+                      med_neighbour_rows, neighbour_rows, walk_rows)
 from test_dlmod import plugin
 
 REMOTE_TABLES = [REM, REM_MAN_ADDR, REM_ORG_DEF_INFO, X1_REM, X1_REM_PROTO_VLAN,
@@ -373,3 +376,70 @@ def test_a_socket_of_another_group_is_refused_naming_the_group(switch):
     assert out.returncode == 1
     assert switch.lldpd.socket in out.stderr and "Permission denied" in out.stderr
     assert "group _lldpd" in out.stderr, out.stderr
+
+
+# A phone that sends every LLDP-MED TLV lldpd decodes; its locations are chosen so that lldpd's
+# decoded values (a few decimals) give back the same bytes.
+PHONE_MAC = lldpdu.mac("02:00:5e:00:53:0a")
+PHONE_MED = {
+    "deviceClass": "endpointClass3",
+    "capSupported": ["capabilities", "networkPolicy", "location", "extendedPD", "inventory"],
+    "policies": [{"appType": "voice", "vlanId": 10, "priority": 6, "dscp": 46, "tagged": True},
+                 {"appType": "voiceSignaling", "vlanId": 0, "priority": 4, "dscp": 24}],
+    "locations": [
+        {"coordinates": {"latitude": 48.5, "longitude": -2.25, "altitude": 117.5}},
+        {"civicAddress": {"country": "US", "elements": [{"type": 1, "value": "CA"},
+                                                        {"type": 3, "value": "Example City"}]}},
+        {"elin": "5551234567"}],
+    "power": {"deviceType": "pdDevice", "source": "fromPSE", "priority": "high", "value": 123},
+    "inventory": {"hardwareRev": "hw1", "mfgName": "maker", "modelName": "model-x"},
+}
+PHONE = lldpdu.neighbor(PHONE_MAC, "port7", "phone", extra=[
+    lldpdu.med_capabilities(0x37, 3),
+    lldpdu.med_policy(1, vid=10, priority=6, dscp=46),
+    lldpdu.med_policy(2, tagged=False, vid=0, priority=4, dscp=24),
+    *[lldpdu.org(lldpdu.OUI_TIA, 3, bytes([subtype - 1]) + info)  # LCI format: subtype - 1
+      for subtype, info in map(location_info, PHONE_MED["locations"])],
+    lldpdu.med_power(1, 1, 2, 123),  # a PD, powered from the PSE, high priority, 12.3 W
+    lldpdu.med_inventory(5, "hw1"), lldpdu.med_inventory(9, "maker"),
+    lldpdu.med_inventory(10, "model-x")])
+
+
+MED_REMOTE_TABLES = [MED_REM_CAP, MED_REM_POLICY, MED_REM_INVENTORY, MED_REM_LOCATION,
+                     MED_REM_XPOE, MED_REM_PSE, MED_REM_PD]
+
+
+def med_rows(daemon):
+    """The rows of the remote MED tables, time marks set to 0."""
+    rows = {}
+    for oid, value in walk_rows(daemon).items():
+        table = next((t for t in MED_REMOTE_TABLES if oid[:len(t)] == t), None)
+        if table:
+            at = len(table) + 2  # entry, column, then the time mark
+            rows[oid[:at] + (0,) + oid[at + 1:]] = value
+    return rows
+
+
+def test_med_tlvs_and_the_local_power_and_policies_come_from_lldpd(switch, start_daemon):
+    switch.lldpd.configure("ports", "eth1", "dot3", "power", "pse", "supported", "enabled",
+                           "paircontrol", "powerpairs", "spare", "class", "class-3")
+    switch.lldpd.configure("ports", "eth1", "med", "policy", "application", "voice", "vlan",
+                           "10", "priority", "voice", "dscp", "46")
+    for _ in range(3):
+        switch.sender.send(PHONE_MAC, PHONE)
+    assert wait_until(lambda: switch.lldpcli_names("eth2") == ["phone"], timeout=15)
+    daemon = start(start_daemon, switch)
+    eth1, eth2 = switch.port("eth1"), switch.port("eth2")
+    assert wait_until(lambda: "phone" in served(daemon, eth2) and "peer" in served(daemon, eth1))
+
+    expected = {}
+    med_neighbour_rows(expected, (0, eth2, served(daemon, eth2)["phone"]), PHONE_MED)
+    assert med_rows(daemon) == expected  # the peer's lldpd sent no MED TLV: no rows of it
+
+    # The switch's own port: its power via MDI (a PSE, class 3 served as 4, spare pairs) and
+    # its voice policy.
+    power = daemon.get(*[entry(X3_LOC_POWER, c, eth1) for c in range(1, 7)])
+    assert [v.value for v in power] == [1, 1, 1, 1, 2, 4], power
+    policy = daemon.get(*[entry(MED_LOC_POLICY, c, eth1, *app_type_index("voice"))
+                          for c in range(2, 6)])  # VLAN, priority, DSCP, unknown
+    assert [v.value for v in policy] == [10, 5, 46, 2], policy
