@@ -42,6 +42,30 @@ void Module::unregister(const Zim::String8& context) {
     Snmp::unregisterMibContext(context, name_);
 }
 
+namespace {
+
+int currentCommand = 0;
+
+int recordRequestCommand(netsnmp_mib_handler* handler, netsnmp_handler_registration* reginfo,
+                         netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {
+    const int outer = currentCommand;
+    currentCommand = reqinfo && reqinfo->asp && reqinfo->asp->pdu ? reqinfo->asp->pdu->command : 0;
+    const int result = netsnmp_call_next_handler(handler, reginfo, reqinfo, requests);
+    currentCommand = outer;
+    return result;
+}
+
+} // namespace
+
+int requestCommand() noexcept {
+    return currentCommand;
+}
+
+netsnmp_mib_handler* requestCommandRecorder() {
+    // One per registration: net-snmp frees a registration's handlers with it.
+    return netsnmp_create_handler("lldpRequestCommand", recordRequestCommand);
+}
+
 std::string oidText(const oid* name, size_t length) {
     char buffer[200];
     snprint_objid(buffer, sizeof buffer, name, length);

@@ -59,6 +59,12 @@ inline void stepOver(netsnmp_request_info* request) {
     snmp_set_var_typed_value(request->requestvb, ASN_PRIV_RETRY, nullptr, 0);
 }
 
+// The command of the PDU being answered (SNMP_MSG_GET, ...), or 0 outside a request. The
+// iterator's row callbacks get no request information, so a handler above the iterator records
+// it for them: requestCommandRecorder() makes that handler.
+int requestCommand() noexcept;
+netsnmp_mib_handler* requestCommandRecorder();
+
 // An OID as net-snmp prints it, for traces.
 std::string oidText(const oid* name, size_t length);
 

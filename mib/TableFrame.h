@@ -103,6 +103,9 @@ public:
         module.contextColumnInfos[context].push_back(columns);
         const int registered = netsnmp_register_table_iterator(reg, iinfo);
         ZIM_ASSERT(registered == SNMPERR_SUCCESS);
+        // Above the iterator, so that the row callbacks know whether a GET names one row.
+        const int recorded = netsnmp_inject_handler(reg, requestCommandRecorder());
+        ZIM_ASSERT(recorded == SNMPERR_SUCCESS);
         // Above the iterator: each iterator call then sees one request, whose index is the hint.
         const int injected = netsnmp_inject_handler(reg, netsnmp_get_serialize_handler());
         ZIM_ASSERT(injected == SNMPERR_SUCCESS);
@@ -269,10 +272,7 @@ public:
 
 private:
     // Whether the request being answered is a GET, which names exactly one row.
-    static bool exactRowOnly() {
-        const netsnmp_agent_session* session = netsnmp_get_current_agent_session();
-        return session && session->pdu && session->pdu->command == SNMP_MSG_GET;
-    }
+    static bool exactRowOnly() { return requestCommand() == SNMP_MSG_GET; }
 
     // Logged the first time each instance fails, not at every request for it.
     static void reportNotShown(const ColumnAnswer& answer, const Key& key) {

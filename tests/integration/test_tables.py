@@ -102,6 +102,16 @@ def test_getnext_inside_a_table_is_a_search_from_its_hint(switch):
         assert daemon.getnext(entry(LOC_PORT, 3, start))[0].oid == entry(LOC_PORT, 3, after)
         log = daemon.log()[mark:]
         assert all(t in log for t in present) and not any(t in log for t in absent), log
+    # A GET of a missing row (port 5, or a neighbour index past the last) answers
+    # noSuchInstance without visiting the rows after it; a GET of a present row stops there too.
+    for oid, answer in [(entry(LOC_PORT, 3, 5), "noSuchInstance"),
+                        (entry(REM, 9, 0, 1, 1000001), "noSuchInstance"),
+                        (entry(LOC_PORT, 3, 1), None)]:
+        mark = len(daemon.log())
+        got = daemon.get(oid)[0]
+        assert (got.type == answer) if answer else got.type not in ("noSuchInstance",), got
+        log = daemon.log()[mark:]
+        assert "get_first_data_point" in log and "advancing loop context" not in log, log
 
 
 def test_the_time_filter(switch):
