@@ -21,12 +21,12 @@ namespace LldpSnmpd {
 namespace {
 
 constexpr const char* description =
-    "lldp-snmpd serves the LLDP agent's state (LLDP-MIB, LLDP-EXT-DOT1-MIB, LLDP-EXT-DOT3-MIB)\n"
-    "over SNMP, read-only: as a standalone agent (--listen) or as an AgentX subagent of a\n"
-    "running snmpd (--agentx). The state comes from one of two sources: a JSON file (--state),\n"
-    "watched and applied again whenever it changes (a file that fails to parse or validate is\n"
-    "refused whole and the state already served stays), or a running lldpd (--lldpd), followed\n"
-    "live through its control socket.";
+    "lldp-snmpd serves the LLDP agent's state (LLDP-MIB, LLDP-EXT-DOT1-MIB, LLDP-EXT-DOT3-MIB,\n"
+    "LLDP-EXT-MED-MIB) over SNMP, read-only: as a standalone agent (--listen) or as an AgentX\n"
+    "subagent of a running snmpd (--agentx). The state comes from one of two sources: a JSON\n"
+    "file (--state), watched and applied again whenever it changes (a file that fails to parse\n"
+    "or validate is refused whole and the state already served stays), or a running lldpd\n"
+    "(--lldpd), followed live through its control socket.";
 
 constexpr const char* footer =
     "Access: with --config, the file's net-snmp directives (rocommunity, rouser, createUser,\n"
