@@ -5,6 +5,8 @@
 
 #include "platform/lldp/LocationEncoding.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <sstream>
 
@@ -87,15 +89,23 @@ ValueType<uint32_t> tenthsOfWatt() {
     return unsignedRange("tenths of a watt", 0, 1023);
 }
 
-ValueType<double> number(std::string text) {
-    return {[](const Json& j, const std::string& path) {
+// A number within low..high, which the location's fixed-point fields can carry.
+ValueType<double> number(std::string text, double low, double high) {
+    return {[low, high](const Json& j, const std::string& path) {
                 if (!j.is_number() || !std::isfinite(j.get<double>())) {
                     fail(path, "expected a number, found " + describe(j));
                 }
-                return j.get<double>();
+                const double value = j.get<double>();
+                if (value < low || value > high) {
+                    std::ostringstream range;
+                    range.precision(12);
+                    range << low << ".." << high;
+                    fail(path, j.dump() + " is out of range (" + range.str() + ")");
+                }
+                return value;
             },
             std::move(text),
-            {{"type", "number"}},
+            {{"type", "number"}, {"minimum", low}, {"maximum", high}},
             [](const double& v) {
                 std::ostringstream shown;
                 shown << v;
@@ -109,11 +119,23 @@ ValueType<Zim::String8> boundedOctets(size_t min, size_t bound) {
         octets("octet string, " + std::to_string(min) + " to " + std::to_string(bound) + " bytes");
     type.read = [min, bound](const Json& j, const std::string& path) {
         auto value = readOctets(j, path);
-        if (value.size() < min || value.size() > bound) {
-            fail(path, std::to_string(value.size()) + " bytes; expected " + std::to_string(min) +
-                           " to " + std::to_string(bound));
-        }
+        checkLength(j, path, value.size(), min, bound);
         return value;
+    };
+    return type;
+}
+
+// An emergency location identification number: 10 to 25 digits.
+ValueType<Zim::String8> elin() {
+    auto type = octets("10 to 25 digits");
+    type.read = [](const Json& j, const std::string& path) {
+        auto digits = readOctets(j, path);
+        const auto& text = digits.str();
+        if (text.size() < 10 || text.size() > 25 ||
+            !std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; })) {
+            fail(path, describe(j) + " is not an ELIN (10 to 25 digits)");
+        }
+        return digits;
     };
     return type;
 }
@@ -133,11 +155,8 @@ ValueType<Lldp::PolicyAppType> appType() {
 }
 
 template <class Vlan> ValueType<Vlan> vlan(std::string text, uint16_t min) {
-    return {[](const Json& j, const std::string& path) {
-                return checked(path, [&] {
-                    return Vlan(static_cast<uint16_t>(
-                        readInteger(j, path, 0, std::numeric_limits<uint16_t>::max())));
-                });
+    return {[min](const Json& j, const std::string& path) {
+                return Vlan(static_cast<uint16_t>(readInteger(j, path, min, 4094)));
             },
             std::move(text),
             {{"type", "integer"}, {"minimum", min}, {"maximum", 4094}},
@@ -241,10 +260,13 @@ const Section<Lldp::Coordinates>& coordinateKeys() {
     using C = Lldp::Coordinates;
     static const auto s = [] {
         Section<C> keys("location.coordinates");
-        keys.field("latitude", &C::latitude, number("degrees, -90..90"), "north positive", required)
-            .field("longitude", &C::longitude, number("degrees, -180..180"), "east positive",
+        keys.field("latitude", &C::latitude, number("degrees, -90..90", -90, 90), "north positive",
                    required)
-            .field("altitude", &C::altitude, number("number"), "in altitudeType units")
+            .field("longitude", &C::longitude, number("degrees, -180..180", -180, 180),
+                   "east positive", required)
+            // 22 whole bits of two's complement, 8 of fraction.
+            .field("altitude", &C::altitude, number("number, -2097152..2097151", -2097152, 2097151),
+                   "in altitudeType units")
             .field("altitudeType", &C::altitudeType, bounded("altitude type", altitudeTypes), "")
             .field("datum", &C::datum, bounded("datum", datums), "")
             .field("latitudeResolution", &C::latitudeResolution, unsignedRange("bits", 0, 34), "")
@@ -284,6 +306,13 @@ const Section<Lldp::CivicAddress>& civicAddressKeys() {
                      {{"type", "string"}, {"minLength", 2}, {"maxLength", 2}}},
                     [](const Json& j, const std::string& path, A& doc) {
                         doc.country = readOctets(j, path).str();
+                        const auto letter = [](char c) {
+                            return std::isalpha(static_cast<unsigned char>(c)) != 0;
+                        };
+                        if (doc.country.size() != 2 || !letter(doc.country[0]) ||
+                            !letter(doc.country[1])) {
+                            fail(path, describe(j) + " is not a country code (two letters)");
+                        }
                     })
             .custom(listInfo("elements", civicElementKeys(), "the address elements, in order"),
                     [](const Json& j, const std::string& path, A& doc) {
@@ -326,7 +355,7 @@ struct LocationItem {
                 4, checked(child(path, "elin"), [&] { return Lldp::encodeElin(elin->view()); }));
         }
         if (subtype == 0) {
-            fail(path, "info needs its subtype");
+            fail(child(path, "subtype"), "missing: info needs its subtype (1..4 or a name)");
         }
         return Lldp::MedLocation(subtype, *info);
     }
@@ -344,8 +373,7 @@ const Section<LocationItem>& locationKeys(const char* name) {
                     optionalObject(&L::coordinates, coordinateKeys()))
             .custom(objectInfo("civicAddress", civicAddressKeys(), "civicAddress"),
                     optionalObject(&L::civicAddress, civicAddressKeys()))
-            .optional("elin", &L::elin, octets("10 to 25 digits"), "elin",
-                      byDefault("one of the other forms"));
+            .optional("elin", &L::elin, elin(), "elin", byDefault("one of the other forms"));
         return keys;
     };
     static const auto local = make("interface.local.med.locations[]");
@@ -358,7 +386,8 @@ void readPolicies(const Json& j, const std::string& path, const char* side,
                   std::map<Lldp::PolicyAppType, Lldp::MediaPolicy>& out) {
     readList(j, path, policyKeys(side), [&](Lldp::MediaPolicy policy, auto& p) {
         if (!out.emplace(policy.appType, policy).second) {
-            fail(child(p, "appType"), "duplicate application type");
+            failDuplicate(child(p, "appType"), std::to_string(policy.appType.value()),
+                          "application type");
         }
     });
 }
@@ -368,7 +397,13 @@ void readLocations(const Json& j, const std::string& path, const char* side,
     readList(j, path, locationKeys(side), [&](LocationItem item, auto& p) {
         auto location = item.value(p);
         if (!out.emplace(location.subtype(), location).second) {
-            fail(p, "duplicate location subtype " + std::to_string(location.subtype()));
+            // The key that gives the subtype: the form's own, or subtype beside info.
+            const char* form = item.coordinates    ? "coordinates"
+                               : item.civicAddress ? "civicAddress"
+                               : item.elin         ? "elin"
+                                                   : "subtype";
+            failDuplicate(child(p, form), std::to_string(location.subtype()), "location subtype",
+                          "each form appears once per list");
         }
     });
 }
@@ -601,7 +636,8 @@ void addLocalPortExtensionKeys(Section<LocalPortDoc, Lldp::LocalPort>& keys) {
                         Lldp::TxEnabled<Lldp::PortAndProtocolVlan> member{
                             {e.id, e.supported, e.enabled}, e.txEnable};
                         if (!doc.protoVlans.emplace(e.id, member).second) {
-                            fail(child(p, "id"), "duplicate port-and-protocol VLAN id");
+                            failDuplicate(child(p, "id"), std::to_string(e.id.value()),
+                                          "port-and-protocol VLAN id");
                         }
                     });
                 })
@@ -611,7 +647,7 @@ void addLocalPortExtensionKeys(Section<LocalPortDoc, Lldp::LocalPort>& keys) {
                     readList(j, path, vlanNameKeys(), [&](VlanNameItem e, auto& p) {
                         Lldp::TxEnabled<Lldp::VlanName> member{{e.id, e.name}, e.txEnable};
                         if (!doc.vlanNames.emplace(e.id, member).second) {
-                            fail(child(p, "id"), "duplicate VLAN id");
+                            failDuplicate(child(p, "id"), std::to_string(e.id.value()), "VLAN id");
                         }
                     });
                 })
@@ -622,7 +658,7 @@ void addLocalPortExtensionKeys(Section<LocalPortDoc, Lldp::LocalPort>& keys) {
                 readList(j, path, protocolKeys(), [&](ProtocolItem e, auto& p) {
                     Lldp::TxEnabled<Lldp::ProtocolIdentityInfo> member{{e.index, e.id}, e.txEnable};
                     if (!doc.protocols.emplace(e.index, member).second) {
-                        fail(child(p, "index"), "duplicate protocol index");
+                        failDuplicate(child(p, "index"), std::to_string(e.index), "protocol index");
                     }
                 });
             })

@@ -10,6 +10,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -207,14 +208,19 @@ inline KeyInfo listInfo(std::string name, const SectionInfo& items, std::string 
             {{"type", "array"}, {"items", items.schema()}}};
 }
 
-// Reads every element of a list with the items' section and hands it to insert(item, path).
+// Reads every element of a list with the items' section and hands it to insert(item, path), or
+// insert(item, path, element) for an insert that quotes the element's own JSON.
 template <class Item, class Entity, class Insert>
 void readList(const Json& j, const std::string& path, const Section<Item, Entity>& items,
               Insert&& insert) {
     array(j, path);
     for (size_t i = 0; i < j.size(); ++i) {
         auto itemPath = element(path, i);
-        insert(items.read(j[i], itemPath), itemPath);
+        if constexpr (std::is_invocable_v<Insert&, Item, const std::string&, const Json&>) {
+            insert(items.read(j[i], itemPath), itemPath, j[i]);
+        } else {
+            insert(items.read(j[i], itemPath), itemPath);
+        }
     }
 }
 

@@ -62,11 +62,17 @@ ValueType<int32_t> addressFamily() {
     type.read = [names](const Json& j, const std::string& path) {
         int32_t family = names(j, path);
         if (family < 0) {
-            fail(path, "an address family is not negative");
+            fail(path, std::to_string(family) + " is out of range (0..2147483647)");
         }
         return family;
     };
     return type;
+}
+
+// Subtype and address together name a management address once per list.
+[[noreturn]] void duplicateAddress(const std::string& path, const Json& raw) {
+    failDuplicate(child(path, "address"), describe(raw.at("address")), "management address",
+                  "subtype and address together appear once per list");
 }
 
 // The text form for ipV4 and ipV6; the agent's own type checks the length.
@@ -209,7 +215,8 @@ const Section<NeighborDoc>& dot1Keys() {
                         readList(j, path, protoVlanKeys(), [&](ProtoVlanItem e, auto& p) {
                             Lldp::PortAndProtocolVlan v(e.id, e.supported, e.enabled);
                             if (!doc.protoVlans.emplace(e.id, v).second) {
-                                fail(child(p, "id"), "duplicate port-and-protocol VLAN id");
+                                failDuplicate(child(p, "id"), std::to_string(e.id.value()),
+                                              "port-and-protocol VLAN id");
                             }
                         });
                     })
@@ -217,7 +224,8 @@ const Section<NeighborDoc>& dot1Keys() {
                     [](const Json& j, const std::string& path, NeighborDoc& doc) {
                         readList(j, path, vlanNameKeys(), [&](VlanNameItem e, auto& p) {
                             if (!doc.vlanNames.emplace(e.id, Lldp::VlanName(e.id, e.name)).second) {
-                                fail(child(p, "id"), "duplicate VLAN id");
+                                failDuplicate(child(p, "id"), std::to_string(e.id.value()),
+                                              "VLAN id");
                             }
                         });
                     })
@@ -226,7 +234,8 @@ const Section<NeighborDoc>& dot1Keys() {
                         readList(j, path, protocolKeys(), [&](ProtocolItem e, auto& p) {
                             Lldp::ProtocolIdentityInfo info(e.index, e.id);
                             if (!doc.protocols.emplace(e.index, info).second) {
-                                fail(child(p, "index"), "duplicate protocol index");
+                                failDuplicate(child(p, "index"), std::to_string(e.index),
+                                              "protocol index");
                             }
                         });
                     });
@@ -367,21 +376,23 @@ const Section<LocalSystemDoc, Lldp::LocalSystem>& localSystemKeys() {
                    "lldpLocSysCapSupported")
             .field("sysCapEnabled", &D::sysCapEnabled, sysCap(), &L::sysCapEnabledIs,
                    "lldpLocSysCapEnabled")
-            .custom(listInfo("managementAddresses", localManAddrKeys(), "lldpLocManAddrTable"),
-                    [](const Json& j, const std::string& path, D& doc) {
-                        std::set<uint32_t> priorities;
-                        readList(j, path, localManAddrKeys(), [&](ManAddrItem e, auto& p) {
+            .custom(
+                listInfo("managementAddresses", localManAddrKeys(), "lldpLocManAddrTable"),
+                [](const Json& j, const std::string& path, D& doc) {
+                    std::set<uint32_t> priorities;
+                    readList(
+                        j, path, localManAddrKeys(),
+                        [&](ManAddrItem e, const std::string& p, const Json& raw) {
                             if (e.priority != 0) {
-                                unique(priorities, e.priority, child(p, "priority"),
-                                       "priority: each management address needs its own");
+                                unique(priorities, e.priority, child(p, "priority"), "priority",
+                                       "each management address needs its own");
                             }
                             LocalManAddrDoc addr{e.value(), Lldp::ManAddrPriority(e.priority)};
                             if (!doc.managementAddresses.emplace(addr.address.key(), addr).second) {
-                                fail(p, "duplicate management address (same subtype and "
-                                        "address)");
+                                duplicateAddress(p, raw);
                             }
                         });
-                    })
+                })
             .object("med", &D::med, localSystemMedKeys(), "LLDP-MED of the local system",
                     byDefault("all defaults"));
         return keys;
@@ -492,20 +503,21 @@ const Section<NeighborDoc, Lldp::RemoteSystem>& neighborKeys() {
                    "lldpRemSysCapEnabled")
             .custom(listInfo("managementAddresses", remoteManAddrKeys(), "lldpRemManAddrTable"),
                     [](const Json& j, const std::string& path, D& doc) {
-                        readList(j, path, remoteManAddrKeys(), [&](ManAddrItem e, auto& p) {
-                            auto addr = e.value();
-                            if (!doc.managementAddresses.emplace(addr.key(), addr).second) {
-                                fail(p, "duplicate management address (same subtype and "
-                                        "address)");
-                            }
-                        });
+                        readList(
+                            j, path, remoteManAddrKeys(),
+                            [&](ManAddrItem e, const std::string& p, const Json& raw) {
+                                auto addr = e.value();
+                                if (!doc.managementAddresses.emplace(addr.key(), addr).second) {
+                                    duplicateAddress(p, raw);
+                                }
+                            });
                     })
             .custom(listInfo("unknownTlvs", unknownTlvKeys(), "lldpRemUnknownTLVTable"),
                     [](const Json& j, const std::string& path, D& doc) {
                         readList(j, path, unknownTlvKeys(), [&](UnknownTlvItem e, auto& p) {
                             auto tlv = checked(p, [&] { return Lldp::UnknownTlv(e.type, e.info); });
                             if (!doc.unknownTlvs.emplace(e.type, tlv).second) {
-                                fail(child(p, "type"), "duplicate TLV type");
+                                failDuplicate(child(p, "type"), std::to_string(e.type), "TLV type");
                             }
                         });
                     })
@@ -515,8 +527,9 @@ const Section<NeighborDoc, Lldp::RemoteSystem>& neighborKeys() {
                             Lldp::UnknownOrgDefTlv::Key key(e.oui, e.subtype, e.index);
                             if (!doc.orgDefTlvs.emplace(key, Lldp::UnknownOrgDefTlv(key, e.info))
                                      .second) {
-                                fail(p, "duplicate organisationally defined TLV (same oui, "
-                                        "subtype and index)");
+                                failDuplicate(child(p, "index"), std::to_string(e.index),
+                                              "index for this oui and subtype",
+                                              "oui, subtype and index together appear once");
                             }
                         });
                     })
@@ -558,8 +571,8 @@ const Section<InterfaceDoc>& interfaceKeys() {
                         readList(j, path, neighborKeys(), [&](NeighborDoc n, auto& p) {
                             auto index = n.index;
                             if (!doc.neighbors.emplace(index, std::move(n)).second) {
-                                fail(child(p, "index"),
-                                     "duplicate neighbour index on this interface");
+                                failDuplicate(child(p, "index"), std::to_string(index),
+                                              "neighbour index", "each appears once per interface");
                             }
                         });
                     });
@@ -581,11 +594,12 @@ const Section<StateDoc>& stateKeys() {
                     [](const Json& j, const std::string& path, StateDoc& doc) {
                         std::set<uint16_t> ports;
                         readList(j, path, interfaceKeys(), [&](InterfaceDoc intf, auto& p) {
-                            unique(ports, intf.portNum.value(), child(p, "portNum"),
-                                   "portNum: each interface needs its own");
+                            unique(ports, intf.portNum.value(), child(p, "portNum"), "portNum",
+                                   "each interface needs its own");
                             auto name = intf.name;
                             if (!doc.interfaces.emplace(name, std::move(intf)).second) {
-                                fail(child(p, "name"), "duplicate interface name");
+                                failDuplicate(child(p, "name"), quotedText(name.name().str()),
+                                              "interface name");
                             }
                         });
                     });

@@ -48,6 +48,9 @@ std::string describe(const Json& j) {
     if (j.is_null()) {
         return "null";
     }
+    if (j.is_object() && j.size() == 1 && j.contains("hex") && j["hex"].is_string()) {
+        return "{\"hex\": " + quotedText(j["hex"].get_ref<const std::string&>()) + "}";
+    }
     return std::string("an ") + (j.is_object() ? "object" : "array");
 }
 
@@ -215,7 +218,7 @@ int hexDigit(char c) {
 
 std::string hexBytes(std::string_view text, const std::string& path) {
     if (text.size() % 2 != 0) {
-        fail(path, "odd number of hex digits");
+        fail(path, quotedText(text) + " has an odd number of hex digits (two per byte)");
     }
     std::string bytes;
     bytes.reserve(text.size() / 2);
@@ -249,10 +252,24 @@ Zim::String8 readOctets(const Json& j, const std::string& path) {
 }
 
 void checkLength(const Json& j, const std::string& path, size_t bytes, size_t most) {
+    checkLength(j, path, bytes, 0, most);
+}
+
+void checkLength(const Json& j, const std::string& path, size_t bytes, size_t least, size_t most) {
     if (bytes > most) {
         fail(path, describe(j) + " has " + std::to_string(bytes) + " bytes, more than the " +
                        std::to_string(most) + " allowed");
     }
+    if (bytes < least) {
+        fail(path, describe(j) + " has " + std::to_string(bytes) + " bytes, fewer than the " +
+                       std::to_string(least) + " required");
+    }
+}
+
+void failDuplicate(const std::string& path, const std::string& shown, std::string_view what,
+                   std::string_view rule) {
+    fail(path, shown + " is a duplicate " + std::string(what) + " (" +
+                   std::string(rule.empty() ? "each appears once per list" : rule) + ")");
 }
 
 // "aa:bb:cc:dd:ee:ff" (or with dashes) as six bytes.
@@ -375,7 +392,8 @@ Lldp::Oui readOui(const Json& j, const std::string& path) {
     } else {
         bytes = readOctets(j, path).str();
         if (bytes.size() != 3) {
-            fail(path, "an OUI is 3 bytes, found " + std::to_string(bytes.size()));
+            fail(path,
+                 describe(j) + " has " + std::to_string(bytes.size()) + " bytes; an OUI has 3");
         }
     }
     auto b = [&](size_t i) { return static_cast<uint32_t>(static_cast<unsigned char>(bytes[i])); };

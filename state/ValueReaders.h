@@ -63,8 +63,12 @@ int32_t readEnum(const Json& j, const std::string& path, Names names);
 uint32_t readBits(const Json& j, const std::string& path, Names names, int width);
 // An octet string: a JSON string is its UTF-8 bytes, {"hex": "0a0b"} raw bytes.
 Zim::String8 readOctets(const Json& j, const std::string& path);
-// Refuses more than most bytes of the value j was read into.
+// Refuses more than most bytes of the value j was read into (or fewer than least).
 void checkLength(const Json& j, const std::string& path, size_t bytes, size_t most);
+void checkLength(const Json& j, const std::string& path, size_t bytes, size_t least, size_t most);
+// A value given twice where each may appear once: "<shown> is a duplicate <what> (<rule>)".
+[[noreturn]] void failDuplicate(const std::string& path, const std::string& shown,
+                                std::string_view what, std::string_view rule = "");
 // "aa:bb:cc:dd:ee:ff" (or with dashes) as six bytes, or octets.
 Zim::String8 readMac(const Json& j, const std::string& path);
 Zim::String8 readIdOctets(const Json& j, const std::string& path, bool isMac);
@@ -87,9 +91,10 @@ template <class F> auto checked(const std::string& path, F&& make) {
 }
 
 template <class Key>
-void unique(std::set<Key>& seen, const Key& key, const std::string& path, std::string_view what) {
+void unique(std::set<Key>& seen, const Key& key, const std::string& path, std::string_view what,
+            std::string_view rule = "") {
     if (!seen.insert(key).second) {
-        fail(path, "duplicate " + std::string(what));
+        failDuplicate(path, std::to_string(key), what, rule);
     }
 }
 

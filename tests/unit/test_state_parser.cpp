@@ -90,7 +90,7 @@ TEST(StateValueReaders, OctetsAreTextHexMacOrAddressText) {
     EXPECT_EQ(readAddress(parse("\"192.0.2.1\""), "$", 6).str(), "192.0.2.1");
 
     EXPECT_REFUSED(readOctets(parse("{\"hex\": \"abc\"}"), "$.o"),
-                   "$.o.hex: odd number of hex digits");
+                   "$.o.hex: \"abc\" has an odd number of hex digits (two per byte)");
     EXPECT_REFUSED(readOctets(parse("{\"hex\": \"0g\"}"), "$.o"),
                    "$.o.hex: not a hex string: \"0g\"");
     EXPECT_REFUSED(readOctets(parse("{\"hex\": \"00\", \"x\": 1}"), "$.o"),
@@ -134,7 +134,7 @@ TEST(StateValueReaders, OuisAreThreeBytesInAnyOfTheirForms) {
     EXPECT_REFUSED(readOui(parse("\"00-12:bb\""), "$.oui"),
                    "$.oui: expected an OUI such as \"00-12-bb\", found the string \"00-12:bb\"");
     EXPECT_REFUSED(readOui(parse("{\"hex\": \"0012\"}"), "$.oui"),
-                   "$.oui: an OUI is 3 bytes, found 2");
+                   "$.oui: {\"hex\": \"0012\"} has 2 bytes; an OUI has 3");
     EXPECT_REFUSED(readOui(parse("16777216"), "$.oui"),
                    "$.oui: 16777216 is out of range (0..16777215)");
 }
@@ -152,12 +152,13 @@ TEST(StateDocumentRefusals, NameTheJsonPathOfTheOffendingKey) {
               n + ".sysName: expected a string or {\"hex\": \"...\"}, found 5");
     EXPECT_EQ(
         neighbour(R"("dot1": {"protocols": [{"index": 1, "id": "a"}, {"index": 1, "id": "b"}]})"),
-        n + ".dot1.protocols[1].index: duplicate protocol index");
+        n + ".dot1.protocols[1].index: 1 is a duplicate protocol index (each appears once per "
+            "list)");
     EXPECT_EQ(neighbour(R"("dot3": {"power": {"class": "class9"}})"),
               n + ".dot3.power.class: unknown name \"class9\"; expected one of: class0, class1, "
                   "class2, class3, class4 (or a number)");
     EXPECT_EQ(neighbour(R"("managementAddresses": [{"subtype": -1, "address": "a"}])"),
-              n + ".managementAddresses[0].subtype: an address family is not negative");
+              n + ".managementAddresses[0].subtype: -1 is out of range (0..2147483647)");
     EXPECT_EQ(neighbour(R"("orgDefTlvs": [{"oui": 1, "subtype": 1, "info": "i"}])"),
               n + ".orgDefTlvs[0]: missing key \"index\"");
     EXPECT_EQ(neighbour(R"("dot3": {"macPhy": {"autoNegAdvertisedCap": "0x10000"}})"),
@@ -166,6 +167,127 @@ TEST(StateDocumentRefusals, NameTheJsonPathOfTheOffendingKey) {
     EXPECT_EQ(refusal([] { parseState(R"({"localSystem": {}, "localSystem": {}})"); }),
               "$.localSystem: duplicate key (a key may appear once per object)");
     EXPECT_EQ(refusal([] { parseState("{}"); }), "$: missing key \"localSystem\"");
+}
+
+// Every bounded value one past its bound, and every list whose elements must differ: the
+// refusal names the key (never only its list element), shows the value and says what is allowed.
+TEST(StateDocumentRefusals, BoundedValuesNameTheKeyTheValueAndWhatIsAllowed) {
+    const std::string local = R"("localSystem": {"chassisIdSubtype": 7, "chassisId": "x")";
+    auto withNeighbour = [&](const std::string& fields) {
+        return "{" + local + R"(}, "interfaces": [{"name": "e1", "portNum": 1, "neighbors": [
+            {"index": 1, "chassisIdSubtype": 7, "chassisId": "c", "portIdSubtype": 7,
+             "portId": "p", )" +
+               fields + "}]}]}";
+    };
+    auto withPort = [&](const std::string& local_) {
+        return "{" + local + R"(}, "interfaces": [{"name": "e1", "portNum": 1, "local": {)" +
+               local_ + "}}]}";
+    };
+    auto withLocalSystem = [&](const std::string& fields) {
+        return "{" + local + ", " + fields + "}}";
+    };
+    const std::string n = "$.interfaces[0].neighbors[0]";
+    const std::string l = "$.interfaces[0].local";
+    const std::string a512(512, 'a');
+    const struct {
+        std::string document;
+        std::string refusal;
+    } cases[] = {
+        {withNeighbour(R"("unknownTlvs": [{"type": 8, "info": "i"}])"),
+         n + ".unknownTlvs[0].type: 8 is out of range (9..126)"},
+        {withNeighbour(R"("unknownTlvs": [{"type": 127, "info": "i"}])"),
+         n + ".unknownTlvs[0].type: 127 is out of range (9..126)"},
+        {withNeighbour(R"("unknownTlvs": [{"type": 9, "info": ")" + a512 + R"("}])"),
+         n + ".unknownTlvs[0].info: the string \"" + std::string(44, 'a') +
+             "...\" has 512 bytes, more than the 511 allowed"},
+        {withNeighbour(R"("unknownTlvs": [{"type": 9, "info": "a"}, {"type": 9, "info": "b"}])"),
+         n + ".unknownTlvs[1].type: 9 is a duplicate TLV type (each appears once per list)"},
+        {withNeighbour(R"("dot1": {"vlanNames": [{"id": 0, "name": "v"}]})"),
+         n + ".dot1.vlanNames[0].id: 0 is out of range (1..4094)"},
+        {withNeighbour(R"("dot1": {"protoVlans": [{"id": 4095}]})"),
+         n + ".dot1.protoVlans[0].id: 4095 is out of range (0..4094)"},
+        {withNeighbour(
+             R"("dot1": {"vlanNames": [{"id": 5, "name": "a"}, {"id": 5, "name": "b"}]})"),
+         n + ".dot1.vlanNames[1].id: 5 is a duplicate VLAN id (each appears once per list)"},
+        {withPort(R"("vlanNames": [{"id": 4095, "name": "v"}])"),
+         l + ".vlanNames[0].id: 4095 is out of range (1..4094)"},
+        {withPort(R"("protoVlans": [{"id": 65535}])"),
+         l + ".protoVlans[0].id: 65535 is out of range (0..4094)"},
+        {withPort(R"("vlanNames": [{"id": 5, "name": ""}])"),
+         l + ".vlanNames[0].name: the string \"\" has 0 bytes, fewer than the 1 required"},
+        {withPort(R"("vlanNames": [{"id": 5, "name": ")" + std::string(33, 'v') + R"("}])"),
+         l + ".vlanNames[0].name: the string \"" + std::string(33, 'v') +
+             "\" has 33 bytes, more than the 32 allowed"},
+        {withPort(R"("protocols": [{"index": 2, "id": "a"}, {"index": 2, "id": "b"}])"),
+         l + ".protocols[1].index: 2 is a duplicate protocol index (each appears once per list)"},
+        {withNeighbour(R"("managementAddresses": [{"subtype": 6, "address": {"hex": ")" +
+                       std::string(64, '0') + R"("}}])"),
+         n + ".managementAddresses[0].address: {\"hex\": \"" + std::string(44, '0') +
+             "...\"} has 32 bytes, more than the 31 allowed"},
+        {withNeighbour(R"("managementAddresses": [{"subtype": "ipV4", "address": "192.0.2.1"},
+             {"subtype": 1, "address": "192.0.2.1"}])"),
+         n + ".managementAddresses[1].address: the string \"192.0.2.1\" is a duplicate "
+             "management address (subtype and address together appear once per list)"},
+        {withLocalSystem(R"("managementAddresses": [
+             {"subtype": 1, "address": "192.0.2.1", "priority": 3},
+             {"subtype": 1, "address": "192.0.2.2", "priority": 3}])"),
+         "$.localSystem.managementAddresses[1].priority: 3 is a duplicate priority (each "
+         "management address needs its own)"},
+        {withNeighbour(R"("orgDefTlvs": [{"oui": "00-80-c2", "subtype": 1, "index": 1, "info": "a"},
+             {"oui": "00-80-c2", "subtype": 1, "index": 1, "info": "b"}])"),
+         n + ".orgDefTlvs[1].index: 1 is a duplicate index for this oui and subtype (oui, "
+             "subtype and index together appear once)"},
+        {"{" + local + R"(}, "interfaces": [{"name": "e1", "portNum": 1, "neighbors": [
+             {"index": 4, "chassisIdSubtype": 7, "chassisId": "c", "portIdSubtype": 7,
+              "portId": "p"}, {"index": 4, "chassisIdSubtype": 7, "chassisId": "c",
+              "portIdSubtype": 7, "portId": "p"}]}]})",
+         "$.interfaces[0].neighbors[1].index: 4 is a duplicate neighbour index (each appears "
+         "once per interface)"},
+        {"{" + local + R"(}, "interfaces": [{"name": "e1", "portNum": 1},
+             {"name": "e2", "portNum": 1}]})",
+         "$.interfaces[1].portNum: 1 is a duplicate portNum (each interface needs its own)"},
+        {"{" + local + R"(}, "interfaces": [{"name": "e1", "portNum": 1},
+             {"name": "e1", "portNum": 2}]})",
+         "$.interfaces[1].name: \"e1\" is a duplicate interface name (each appears once per "
+         "list)"},
+        {"{" + local + R"(}, "interfaces": [{"name": "e1", "portNum": 4095}]})",
+         "$.interfaces[0].portNum: 4095 is out of range (1..4094)"},
+        {withPort(R"("med": {"locations": [{"coordinates": {"latitude": 91, "longitude": 0}}]})"),
+         l + ".med.locations[0].coordinates.latitude: 91 is out of range (-90..90)"},
+        {withPort(R"("med": {"locations": [{"coordinates": {"latitude": 0, "longitude": 0,
+             "altitude": 3e6}}]})"),
+         l + ".med.locations[0].coordinates.altitude: 3000000.0 is out of range "
+             "(-2097152..2097151)"},
+        {withPort(R"("med": {"locations": [{"civicAddress": {"country": "USA"}}]})"),
+         l + ".med.locations[0].civicAddress.country: the string \"USA\" is not a country code "
+             "(two letters)"},
+        {withPort(R"("med": {"locations": [{"elin": "12345abcde\n"}]})"),
+         l + ".med.locations[0].elin: the string \"12345abcde\\n\" is not an ELIN (10 to 25 "
+             "digits)"},
+        {withPort(R"("med": {"locations": [{"elin": "123456789"}]})"),
+         l + ".med.locations[0].elin: the string \"123456789\" is not an ELIN (10 to 25 digits)"},
+        {withPort(R"("med": {"locations": [{"elin": "1234567890"}, {"elin": "1234567891"}]})"),
+         l + ".med.locations[1].elin: 4 is a duplicate location subtype (each form appears once "
+             "per list)"},
+        {withPort(R"("med": {"locations": [{"subtype": 1, "info": ")" + std::string(257, 'i') +
+                  R"("}]})"),
+         l + ".med.locations[0].info: the string \"" + std::string(44, 'i') +
+             "...\" has 257 bytes, more than the 256 allowed"},
+        {withPort(R"("med": {"policies": [{"appType": 9}]})"),
+         l + ".med.policies[0].appType: 9 is not one of: unknown (0), voice (1), voiceSignaling "
+             "(2), guestVoice (3), guestVoiceSignaling (4), softPhoneVoice (5), "
+             "videoconferencing (6), streamingVideo (7), videoSignaling (8)"},
+        {withPort(R"("med": {"policies": [{"appType": "voice"}, {"appType": 1}]})"),
+         l + ".med.policies[1].appType: 1 is a duplicate application type (each appears once "
+             "per list)"},
+        {withNeighbour(R"("med": {"deviceClass": 1, "inventory": {"serialNum": ")" +
+                       std::string(33, 's') + R"("}})"),
+         n + ".med.inventory.serialNum: the string \"" + std::string(33, 's') +
+             "\" has 33 bytes, more than the 32 allowed"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(refusal([&] { parseState(c.document); }), c.refusal) << c.document;
+    }
 }
 
 TEST(StateDocumentReading, DefaultsFollowTheDocumentAndTheInterfaceName) {
