@@ -158,6 +158,13 @@ void fillRemoteSystem(Lldp::RemoteSystem& rs, const NeighborDoc& doc) {
     fillRemoteMed(rs, doc.med);
 }
 
+// A change time from the file, or now when it gives none. A time still to come (a writer's clock
+// ahead, a typing error) is taken as now: nothing can have changed after the moment it is seen,
+// and a TimeStamp is never later than the uptime it is read against.
+double notAfter(const std::optional<double>& time, double now) {
+    return time ? std::min(*time, now) : now;
+}
+
 } // namespace
 
 namespace {
@@ -407,7 +414,7 @@ StateApplier::newRemoteSystem(const NeighborDoc& doc, Lldp::PortStatus& parent, 
     auto rs = Zim::makePtr<Lldp::RemoteSystem>(Zim::String8(std::to_string(doc.index)), doc.index);
     rs->parentIs(&parent);
     fillRemoteSystem(*rs, doc);
-    rs->lastChangeTimeIs(doc.lastChangeTime.value_or(now));
+    rs->lastChangeTimeIs(notAfter(doc.lastChangeTime, now));
     return rs;
 }
 
@@ -480,10 +487,12 @@ void StateApplier::interfaceIs(const InterfaceDoc& old, const InterfaceDoc& next
             fillRemoteSystem(rs, neighbor);
             ++summary.neighborsChanged;
         }
-        if (neighbor.lastChangeTime) {
-            rs.lastChangeTimeIs(*neighbor.lastChangeTime);
-        } else if (changed) {
-            rs.lastChangeTimeIs(now);
+        // A time the file gives is set again only when it changed there: a time still to come,
+        // taken as the moment of applying, must not move on every reload.
+        const bool newTime =
+            neighbor.lastChangeTime && neighbor.lastChangeTime != was->second.lastChangeTime;
+        if (changed || newTime) {
+            rs.lastChangeTimeIs(notAfter(neighbor.lastChangeTime, now));
         }
     }
 }
@@ -523,12 +532,12 @@ void StateApplier::planned(const StatePlan::Interface& change, const InterfaceDo
         // The same neighbour keeps its entity: only what it sends differently is set.
         ZTRACE(trace(), 2, "Updating neighbour " << index << " of " << text(next.name));
         fillRemoteSystem(**existing, neighbor);
-        (*existing)->lastChangeTimeIs(neighbor.lastChangeTime.value_or(now));
+        (*existing)->lastChangeTimeIs(notAfter(neighbor.lastChangeTime, now));
         ++summary.neighborsChanged;
     }
     for (int32_t index : change.retimed) {
         if (const auto* existing = ps.remoteSystem().find(index)) {
-            (*existing)->lastChangeTimeIs(*next.neighbors.at(index).lastChangeTime);
+            (*existing)->lastChangeTimeIs(notAfter(next.neighbors.at(index).lastChangeTime, now));
         }
     }
 }
@@ -544,7 +553,9 @@ void StateApplier::statusIs(const StatusDoc& doc, const ApplySummary& summary, d
     status.remTablesDropsIs(doc.remTablesDrops.value_or(status.remTablesDrops()));
     status.remTablesAgeoutsIs(doc.remTablesAgeouts.value_or(status.remTablesAgeouts()));
     if (doc.remTablesLastChangeTime) {
-        status.remTablesLastChangeTimeIs(*doc.remTablesLastChangeTime);
+        if (doc.remTablesLastChangeTime != applied_.status.remTablesLastChangeTime) {
+            status.remTablesLastChangeTimeIs(notAfter(doc.remTablesLastChangeTime, now));
+        }
     } else if (summary.remoteTablesChanged()) {
         status.remTablesLastChangeTimeIs(now);
     }

@@ -192,4 +192,29 @@ TEST_F(StateApplierTest, APortOfItsOwnChangesWithoutItsNeighbours) {
     EXPECT_EQ((*port)->portDesc().str(), "downlink");
 }
 
+TEST_F(StateApplierTest, ChangeTimesStillToComeAreTakenAsTheMomentOfApplying) {
+    const std::string year2100 = "4102444800";
+    auto doc = [&](const std::string& sysName) {
+        auto text = "{" + local + R"(, "status": {"remTablesLastChangeTime": )" + year2100 +
+                    R"(}, "interfaces": [{"name": "Ethernet1", "portNum": 1, "neighbors": [)";
+        auto n = neighbour(1, sysName);
+        n.insert(n.size() - 1, ", \"lastChangeTime\": " + year2100);
+        return parseState(text + n + "]}]}");
+    };
+    applier.stateIs(doc("spine1"));
+    EXPECT_EQ(remote(1)->lastChangeTime(), 1000.0);
+    EXPECT_EQ(store.status()->remTablesLastChangeTime(), 1000.0);
+
+    // The same file again moves nothing; a changed neighbour moves to the new moment.
+    ChangeCounter counter;
+    counter.notifierIs(remote(1));
+    Zim::nowIs(2000.0);
+    applier.stateIs(doc("spine1"));
+    EXPECT_EQ(counter.changes, 0);
+    EXPECT_EQ(remote(1)->lastChangeTime(), 1000.0);
+    EXPECT_EQ(store.status()->remTablesLastChangeTime(), 1000.0);
+    applier.stateIs(doc("spine2"));
+    EXPECT_EQ(remote(1)->lastChangeTime(), 2000.0);
+}
+
 } // namespace
