@@ -12,6 +12,7 @@ packages=(
     pandoc man-db systemd python3-jsonschema
     procps iproute2
     lldpd liblldpctl-dev
+    clang libclang-rt-14-dev
 )
 
 missing=()

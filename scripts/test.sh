@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, and runs every test; then runs the unit tests again
-# under AddressSanitizer and UndefinedBehaviorSanitizer. Exits non-zero on any failure.
+# under AddressSanitizer and UndefinedBehaviorSanitizer, and the fuzz targets for a bounded
+# time (scripts/fuzz.sh). Exits non-zero on any failure.
 set -euo pipefail
 
 repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -50,3 +51,6 @@ export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 phase "build (sanitizers)" bash scripts/build.sh --sanitize
 phase "unit tests (sanitizers)" \
     ctest --test-dir build-asan -L unit --output-on-failure --no-tests=error -j2
+# libFuzzer on the state parser and on every table's index decoding, a minute each; a crash
+# fails here and names its reproducer.
+phase "fuzz (libFuzzer, sanitizers)" bash scripts/fuzz.sh
