@@ -3,6 +3,7 @@
 #include "mib/LldpMIB.h"
 
 #include "mib/Module.h"
+#include "mib/ScalarAnswer.h"
 #include "mib/TableFrame.h"
 #include "platform/snmp/TrapManager.h"
 
@@ -170,17 +171,11 @@ int handleScalar(const Scalar& s, netsnmp_handler_registration* reginfo,
                  netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {
     const std::string handler = std::string("handle_") + s.name;
     const char* path = pathOf(s.holder);
-    const int mode = reqinfo->mode;
-    if (mode >= MODE_SET_RESERVE1 && mode <= MODE_SET_UNDO) {
-        TRACE(2, handler << " - SET is not configured for " << s.name);
-        netsnmp_request_set_error(requests, SNMP_ERR_NOTWRITABLE);
-        return SNMP_ERR_NOERROR;
-    }
-    if (mode != MODE_GET) {
-        TRACE(2, handler << " - unknown mode from request: " << mode);
-        netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
-        return SNMP_ERR_GENERR;
-    }
+    const LldpMibFrame::ScalarValue value{s.name,    path,        s.attribute, s.conversion,
+                                          s.asnType, s.minLength, s.maxLength};
+    int status = SNMP_ERR_NOERROR;
+    if (!LldpMibFrame::scalarGetToAnswer(_defaultTraceHandle(), value, reqinfo, requests, status))
+        return status;
     const auto* entity = static_cast<const Zim::Entity*>(reginfo->my_reg_void);
     if (!entity) {
         TRACE(2,
@@ -192,28 +187,7 @@ int handleScalar(const Scalar& s, netsnmp_handler_registration* reginfo,
     unsigned char buffer[1024];
     const int capacity = s.asnType == ASN_OCTET_STR && s.minLength >= 0 ? 255 : sizeof buffer;
     const int n = s.read(*entity, buffer, capacity);
-    TRACE(2, handler << " - " << s.conversion << " returned " << n << "bytes for " << path << "->"
-                     << s.attribute << "()");
-    // A value the object cannot carry: genErr on this varbind for a GET, stepped over by a walk.
-    const auto notShown = [&] {
-        if (LldpMibFrame::walking(reqinfo)) {
-            LldpMibFrame::stepOver(requests);
-        } else {
-            netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
-        }
-        return SNMP_ERR_NOERROR;
-    };
-    if (n < 0) {
-        TRACE(2, handler << " - " << s.conversion << " failed for: " << s.attribute);
-        return notShown();
-    }
-    if (s.minLength >= 0 && (n < s.minLength || n > s.maxLength)) {
-        TRACE(2, handler << " - entity /<sysname>/" << path
-                         << " length out of range: " << s.attribute << " (" << n << ")");
-        return notShown();
-    }
-    snmp_set_var_typed_value(requests->requestvb, s.asnType, buffer, static_cast<size_t>(n));
-    return SNMP_ERR_NOERROR;
+    return LldpMibFrame::answerScalar(_defaultTraceHandle(), value, buffer, n, reqinfo, requests);
 }
 
 void registerScalars(Zim::String8 context) {

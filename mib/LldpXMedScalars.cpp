@@ -2,6 +2,7 @@
 // notification.
 #include "mib/LldpXMedScalars.h"
 
+#include "mib/ScalarAnswer.h"
 #include "platform/lldp/Config.h"
 #include "platform/lldp/LocalSystem.h"
 #include "platform/snmp/Config.h"
@@ -106,31 +107,20 @@ void scalarOid(const MedScalar& s, oid (&name)[scalarOidLength]) {
 
 int handleScalar(const MedScalar& s, netsnmp_handler_registration* reginfo,
                  netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {
-    const std::string handler = std::string("handle_") + s.name;
-    const int mode = reqinfo->mode;
-    if (mode >= MODE_SET_RESERVE1 && mode <= MODE_SET_UNDO) {
-        TRACE(2, handler << " - SET is not configured for " << s.name);
-        netsnmp_request_set_error(requests, SNMP_ERR_NOTWRITABLE);
-        return SNMP_ERR_NOERROR;
-    }
-    if (mode != MODE_GET) {
-        TRACE(2, handler << " - unknown mode from request: " << mode);
-        netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
-        return SNMP_ERR_GENERR;
-    }
+    const char* path = pathOf(s.holder);
+    // An inventory string is at most 32 bytes; the local system may hold a longer one.
+    const LldpMibFrame::ScalarValue value{
+        s.name, path, s.attribute, "read", s.asnType, s.maxLength < 0 ? -1 : 0, s.maxLength};
+    int status = SNMP_ERR_NOERROR;
+    if (!LldpMibFrame::scalarGetToAnswer(lldpXMedModule().trace(), value, reqinfo, requests,
+                                         status))
+        return status;
     const auto* entity = static_cast<const Zim::Entity*>(reginfo->my_reg_void);
-    TRACE(2, handler << " - reading " << pathOf(s.holder) << "->" << s.attribute << "()");
+    TRACE(2, "handle_" << s.name << " - reading " << path << "->" << s.attribute << "()");
     unsigned char buffer[1024];
     const int n = s.read(*entity, buffer, sizeof buffer);
-    // A value the agent holds but the MIB cannot show (an over-long inventory string).
-    if (n < 0 || (s.maxLength >= 0 && n > s.maxLength)) {
-        TRACE(2, handler << " - entity /<sysname>/" << pathOf(s.holder)
-                         << " length out of range: " << s.attribute << " (" << n << ")");
-        netsnmp_request_set_error(requests, SNMP_ERR_GENERR);
-        return SNMP_ERR_GENERR;
-    }
-    snmp_set_var_typed_value(requests->requestvb, s.asnType, buffer, static_cast<size_t>(n));
-    return SNMP_ERR_NOERROR;
+    return LldpMibFrame::answerScalar(lldpXMedModule().trace(), value, buffer, n, reqinfo,
+                                      requests);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // through net-snmp's registry and the handlers themselves.
 #include "mib_test_support.h"
 
+#include "mib/LldpXMedScalars.h"
 #include "platform/snmp/HandlerRegistration.h"
 
 #include <gtest/gtest.h>
@@ -114,6 +115,29 @@ TEST(LldpMibScalars, StringsOutsideTheirMibSizeAreErrorsNotTruncations) {
     ScalarCall emptyName(MODE_GET, a.localSystem.get());
     EXPECT_EQ(emptyName.run(handle_lldpLocSysName), SNMP_ERR_NOERROR);
     EXPECT_EQ(emptyName.octets(), "");
+}
+
+TEST(LldpMibScalars, AValueTheObjectCannotCarryIsSteppedOverByAWalkOfAnyModule) {
+    auto& a = agent();
+    Lldp::MedInventory inventory;
+    inventory.hardwareRev = std::string(33, 'h'); // the MIB's inventory strings hold 32
+    a.localSystem->medInventoryIs(inventory);
+    a.localSystem->chassisIdIs(Zim::String8());
+    netsnmp_pdu bulk{};
+    bulk.command = SNMP_MSG_GETBULK;
+    netsnmp_agent_session session{};
+    session.pdu = &bulk;
+    for (auto* handler : {handle_lldpXMedLocHardwareRev, handle_lldpLocChassisId}) {
+        ScalarCall get(MODE_GET, a.localSystem.get());
+        EXPECT_EQ(get.run(handler), SNMP_ERR_NOERROR);
+        EXPECT_EQ(get.request.status, SNMP_ERR_GENERR);
+
+        ScalarCall walk(MODE_GET, a.localSystem.get()); // the scalar helper made it a GET
+        walk.reqinfo.asp = &session;
+        EXPECT_EQ(walk.run(handler), SNMP_ERR_NOERROR);
+        EXPECT_EQ(walk.request.status, SNMP_ERR_NOERROR);
+        EXPECT_EQ(walk.request.requestvb->type, ASN_PRIV_RETRY) << "the walk goes on past it";
+    }
 }
 
 TEST(LldpMibRegistration, ScalarsAreRegisteredUnderTheirNameAndAnUnderscore) {
