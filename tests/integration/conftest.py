@@ -25,6 +25,11 @@ RW_CONFIG = "rocommunity public 127.0.0.1\nrwcommunity private 127.0.0.1\n"
 EXACT = ("-On", "-Oe", "-Ox", "-OU")
 EXCEPTIONS = {"No Such Object available on this agent at this OID": "noSuchObject",
               "No Such Instance currently exists at this OID": "noSuchInstance"}
+# A daemon built with the sanitizers answers several times slower: the run against such a build
+# sets LLDP_TEST_TIME_SCALE, and every limit on how long to wait for something that should
+# happen is multiplied by it. The intervals the agent keeps (the notification interval) and
+# the waits that prove nothing happened are not.
+TIME_SCALE = float(os.environ.get("LLDP_TEST_TIME_SCALE") or 1)
 
 
 def daemon_binary():
@@ -47,9 +52,15 @@ def free_udp_port():
         return s.getsockname()[1]
 
 
+def patient(seconds):
+    """How long to wait at most for something that should happen within seconds."""
+    return seconds * TIME_SCALE
+
+
 def wait_until(predicate, timeout=10.0, interval=0.05):
-    """Calls predicate until it returns something true or time is up; returns its last result."""
-    deadline = time.monotonic() + timeout
+    """Calls predicate until it returns something true or time is up (timeout, scaled);
+    returns its last result."""
+    deadline = time.monotonic() + patient(timeout)
     while True:
         result = predicate()
         if result or time.monotonic() >= deadline:
@@ -133,8 +144,8 @@ class Snmp:
                         SNMP_PERSISTENT_DIR=str(folder / "tools"))
 
     def command(self, name, *args, community="public", flags=EXACT, mibs=False, quick=False):
-        cmd = [tool(name), "-v", "2c", "-c", community, "-t", "0.5" if quick else "2", "-r",
-               "0" if quick else "1", *flags]
+        cmd = [tool(name), "-v", "2c", "-c", community, "-t", str(0.5 if quick else patient(2)),
+               "-r", "0" if quick else "1", *flags]
         if mibs and not MIBDIRS:
             pytest.skip("LLDP_MIBDIRS is not set: checks with MIB names need the MIB files")
         cmd += ["-M", MIBDIRS, "-m", "ALL"] if mibs else ["-m", ""]
@@ -143,7 +154,7 @@ class Snmp:
 
     def run(self, name, *args, **kw):
         return subprocess.run(self.command(name, *args, **kw), capture_output=True, text=True,
-                              env=self.env, timeout=120)
+                              env=self.env, timeout=patient(120))
 
     def popen(self, name, *args, **kw):
         return subprocess.Popen(self.command(name, *args, **kw), stdout=subprocess.PIPE,
@@ -241,7 +252,7 @@ def stop(proc, sig=signal.SIGTERM):
     if proc.poll() is None:
         proc.send_signal(sig)
         try:
-            proc.wait(timeout=10)
+            proc.wait(timeout=patient(10))
         except subprocess.TimeoutExpired:
             proc.kill()
             proc.wait()
@@ -288,16 +299,18 @@ def start_module_daemon(tmp_path_factory):
 
 
 class Background:
-    """A net-snmp daemon (snmptrapd, snmpd) on a free loopback port, logging to a file."""
+    """A net-snmp daemon (snmptrapd, snmpd) on a free loopback port, logging to a file; what it
+    writes on standard error (a sanitizer's reports) goes to a file of its own."""
 
-    def __init__(self, folder, name, conf, args=(), start=True):
+    def __init__(self, folder, name, conf, args=(), start=True, env=None):
         self.folder = folder / name
         self.folder.mkdir()
         self.port = free_udp_port()
         self.conf = self.folder / f"{name}-test.conf"  # not snmpd.conf: snmpd writes that one
         self.conf.write_text(conf)
         self.log_path = self.folder / "log"
-        env = dict(os.environ, SNMP_PERSISTENT_DIR=str(self.folder))
+        self.stderr_path = self.folder / "stderr"
+        env = dict(os.environ, **(env or {}), SNMP_PERSISTENT_DIR=str(self.folder))
         self.cmd = [tool(name), "-f", "-Lf", str(self.log_path), "-C", "-c", str(self.conf),
                     *args, f"udp:127.0.0.1:{self.port}"]
         self.env, self.proc = env, None
@@ -306,15 +319,34 @@ class Background:
 
     def start(self):
         self.log_path.write_text("")
-        self.proc = subprocess.Popen(self.cmd, stdout=subprocess.DEVNULL,
-                                     stderr=subprocess.DEVNULL, env=self.env)
+        with open(self.stderr_path, "a") as stderr:
+            self.proc = subprocess.Popen(self.cmd, stdout=subprocess.DEVNULL, stderr=stderr,
+                                         env=self.env)
         assert wait_until(lambda: "NET-SNMP version" in self.log(), 10.0), self.log()
 
     def log(self):
         return self.log_path.read_text(errors="replace")
 
+    def stderr(self):
+        return self.stderr_path.read_text(errors="replace")
+
     def stop(self):
         return self.proc and stop(self.proc)
+
+
+def sanitizer_preload(library):
+    """The environment in which a program built without the sanitizers can load a library
+    built with them: AddressSanitizer's runtime must be the first library of the process. None
+    for a library built without them."""
+    linked = subprocess.run(["ldd", library], capture_output=True, text=True).stdout
+    runtime = re.search(r"libasan\.so\S* => (\S+)", linked)
+    if not runtime:
+        return None
+    # The host's own allocations still held at exit are its own business: leaks are checked
+    # in lldp-snmpd, which runs the same plug-in code.
+    options = os.environ.get("ASAN_OPTIONS", "")
+    return {"LD_PRELOAD": runtime.group(1),
+            "ASAN_OPTIONS": ":".join(filter(None, [options, "detect_leaks=0"]))}
 
 
 @pytest.fixture

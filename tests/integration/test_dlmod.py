@@ -10,7 +10,7 @@ import time
 import pytest
 
 from conftest import (RW_CONFIG, SYS_UPTIME, Background, Snmp, compare_tables, notifications,
-                      wait_until)
+                      sanitizer_preload, sanitizer_reports, wait_until)
 from mib_rows import REM, REM_TABLES_CHANGE, entry, expected_rows, switch_state, walk_rows
 
 DLMOD_STATUS = (1, 3, 6, 1, 4, 1, 2021, 13, 14, 2, 1, 5)
@@ -29,9 +29,17 @@ def start_snmpd(tmp_path, state, receiver_port, extra=""):
     conf = (RW_CONFIG + "dontLogTCPWrappersConnects yes\n"
             f"trap2sink udp:127.0.0.1:{receiver_port} public\n"
             f"dlmod lldpsnmp {plugin()}\nlldpStateFile {state_path}\n" + extra)
-    snmpd = Background(tmp_path, "snmpd", conf, ["-m", "", "-M", "/dev/null"])
+    snmpd = Background(tmp_path, "snmpd", conf, ["-m", "", "-M", "/dev/null"],
+                       env=sanitizer_preload(plugin()))
     snmpd.state_path, snmpd.snmp = state_path, Snmp(snmpd.folder, snmpd.port)
     return snmpd
+
+
+def stop_cleanly(snmpd):
+    """Stops snmpd, which exits 0 with nothing from a sanitizer on its standard error."""
+    code = snmpd.stop()
+    assert not sanitizer_reports(snmpd.stderr()), snmpd.stderr()
+    assert code == 0, snmpd.log()
 
 
 def time_mark(rows):
@@ -44,7 +52,7 @@ def time_mark(rows):
 def snmpd(tmp_path, trap_receiver):
     server = start_snmpd(tmp_path, switch_state(), trap_receiver.port)
     yield server
-    assert server.stop() == 0, server.log()
+    stop_cleanly(server)
     assert "Error" not in server.log() and "error" not in server.log(), server.log()
 
 
@@ -96,7 +104,7 @@ def test_a_refused_state_file_is_reported_and_nothing_is_served(tmp_path, trap_r
         assert snmpd.snmp.walk(entry(REM, 9)) == []
         assert snmpd.snmp.get_one((1, 3, 6, 1, 2, 1, 1, 3, 0)).type == "Timeticks"
     finally:
-        assert snmpd.stop() == 0
+        stop_cleanly(snmpd)
 
 
 def test_snmpd_configuration_can_switch_the_notification_off(tmp_path, trap_receiver):
@@ -112,4 +120,4 @@ def test_snmpd_configuration_can_switch_the_notification_off(tmp_path, trap_rece
         time.sleep(1.0)
         assert notifications(trap_receiver, REM_TABLES_CHANGE) == []
     finally:
-        assert snmpd.stop() == 0
+        stop_cleanly(snmpd)

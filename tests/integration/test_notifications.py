@@ -9,7 +9,7 @@ import time
 
 import pytest
 
-from conftest import RW_CONFIG, SYS_UPTIME, notifications, wait_until
+from conftest import RW_CONFIG, SYS_UPTIME, notifications, patient, wait_until
 from mib_rows import AGEOUTS, DELETES, DROPS, INSERTS, REM, REM_TABLES_CHANGE, entry, neighbour
 
 COUNTERS = [INSERTS, DELETES, DROPS, AGEOUTS]
@@ -39,7 +39,7 @@ def apply(daemon, state, port, names, check):
 def arrivals(receiver, count, timeout):
     """Waits for `count` notifications; returns them, each with when it was first seen."""
     seen = []
-    deadline = time.monotonic() + timeout
+    deadline = time.monotonic() + patient(timeout)
     while len(seen) < count and time.monotonic() < deadline:
         got = notifications(receiver, REM_TABLES_CHANGE)
         seen += [(time.monotonic(), n) for n in got[len(seen):]]
