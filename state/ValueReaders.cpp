@@ -340,7 +340,7 @@ Zim::String8 readOid(const Json& j, const std::string& path) {
             ++digits;
         }
         ok = digits > 0 && value <= 0xffffffffULL && ++count <= 128;
-        if (count <= 2) {
+        if (ok && count <= 2) {
             arcs[count - 1] = value;
         }
         rest.remove_prefix(digits);

@@ -115,8 +115,8 @@ TEST(StateValueReaders, OidsAreTwoTo128DottedSubIdentifiersOf32Bits) {
         longest += ".1";
     }
     EXPECT_EQ(readOid(Json(longest), "$").str(), longest);
-    for (const std::string& bad :
-         std::vector<std::string>{"1", "1..3", "1.3.", "1.3.x", "1.3.4294967296", longest + ".1"}) {
+    for (const std::string& bad : std::vector<std::string>{
+             "1", "1..3", "1.3.", "1.3.x", "1.3.4294967296", longest + ".1", "x", ",.40", "."}) {
         EXPECT_EQ(refusal([&] {
                       readOid(Json(bad), "$.oid");
                   }).rfind("$.oid: expected an OID of 2 to 128 dotted numbers", 0),
