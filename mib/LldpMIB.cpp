@@ -549,13 +549,7 @@ int lldpRemTablesChangeNotify(uint32_t inserts, uint32_t deletes, uint32_t drops
                                   static_cast<size_t>(n));
     }
     TRACE(4, "Adding lldpRemTablesChange notification to trap queue");
-    Zim::Ptr<TrapManager> trapManager;
-    if (Zim::Entity::singletonExists("Snmp::TrapManager")) {
-        trapManager = Zim::ptrCast<TrapManager>(Zim::Entity::singleton("Snmp::TrapManager"));
-    } else {
-        trapManager = Zim::Entity::singletonIs<TrapManager>("Snmp::TrapManager");
-    }
-    trapManager->enqueueTrap(vars, context);
+    TrapManager::instance()->enqueueTrap(vars, context);
     return 0;
 }
 

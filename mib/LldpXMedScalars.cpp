@@ -244,13 +244,7 @@ int lldpXMedTopologyChangeDetectedNotify(const Lldp::RemoteSystem& neighbour,
     add(name({1, 0, 8802, 1, 1, 2, 1, 5, 4795, 1, 3, 1, 1, 3}), ASN_INTEGER,
         S32ToAsnIntegerF(neighbour.medDeviceClass(), buffer, sizeof buffer));
     TRACE(4, "Adding lldpXMedTopologyChangeDetected notification to trap queue");
-    Zim::Ptr<TrapManager> trapManager;
-    if (Zim::Entity::singletonExists("Snmp::TrapManager")) {
-        trapManager = Zim::ptrCast<TrapManager>(Zim::Entity::singleton("Snmp::TrapManager"));
-    } else {
-        trapManager = Zim::Entity::singletonIs<TrapManager>("Snmp::TrapManager");
-    }
-    trapManager->enqueueTrap(vars, context);
+    TrapManager::instance()->enqueueTrap(vars, context);
     return 0;
 }
 
