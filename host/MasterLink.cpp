@@ -115,7 +115,9 @@ void MasterLink::onSessionClosed() {
 }
 
 void MasterLink::onMasterUptime(long ticks) {
-    const double start = Zim::now() - static_cast<double>(ticks) / 100.0;
+    // The master counts whole hundredths: its uptime lies anywhere within the hundredth it
+    // reports, so the middle of that hundredth estimates its start without leaning either way.
+    const double start = Zim::now() - (static_cast<double>(ticks) + 0.5) / 100.0;
     if (std::fabs(start - Snmp::agentStartTime()) < sameStartSeconds) {
         return;
     }
