@@ -59,6 +59,7 @@ def test_the_package_holds_the_programs_libraries_mibs_docs_and_service(unpacked
         "/etc/lldp-snmpd/lldp-snmpd.conf",
         "/usr/share/man/man8/lldp-snmpd.8.gz", "/usr/share/man/man5/lldp-snmpd-state.5.gz",
         "/usr/share/doc/lldp-snmp/README.md", "/usr/share/doc/lldp-snmp/state-format.md",
+        "/usr/share/doc/lldp-snmp/state-schema.json", "/usr/share/doc/lldp-snmp/lldpd-source.md",
         "/usr/share/doc/lldp-snmp/examples/switch.json",
     } | {f"/usr/share/snmp/mibs/{m.name}" for m in (REPO / "mibs").glob("*.txt")}
     assert expected - files == set()
