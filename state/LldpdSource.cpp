@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ctime>
 
 namespace LldpSnmpd {
 
@@ -28,6 +29,12 @@ struct timeval after(double seconds) {
     t.tv_sec = static_cast<time_t>(seconds);
     t.tv_usec = static_cast<suseconds_t>((seconds - std::floor(seconds)) * 1e6);
     return t;
+}
+
+double monotonicSeconds() {
+    timespec t{};
+    clock_gettime(CLOCK_MONOTONIC, &t);
+    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
 }
 
 size_t neighborCount(const StateDoc& doc) {
@@ -49,6 +56,7 @@ LldpdSource::~LldpdSource() {
     }
     cancelAlarm(reconnectAlarm_);
     cancelAlarm(refreshAlarm_);
+    cancelAlarm(readGapAlarm_);
 }
 
 StateDoc LldpdSource::readOnce() {
@@ -115,6 +123,7 @@ void LldpdSource::lost(const std::string& why) {
     query_.reset();
     dirty_.clear();
     cancelAlarm(refreshAlarm_);
+    cancelAlarm(readGapAlarm_);
     backoff_ = 0.5;
     reportProblem(why);
     scheduleReconnect();
@@ -147,15 +156,38 @@ void LldpdSource::cancelAlarm(unsigned& alarm) {
 void LldpdSource::onWatchReadable() {
     try {
         watch_->onReadable();
-        if (dirty_.empty()) {
+        if (dirty_.empty() || readGapAlarm_ != 0) {
             return;
         }
-        // lldpd sends changes in batches; one read of each port sees the batch's end state.
-        const auto names = std::move(dirty_);
-        dirty_.clear();
-        readPorts(names, false);
+        const double wait = lastReadEnd_ + readGapSeconds - monotonicSeconds();
+        if (wait > 0) {
+            readGapAlarm_ = snmp_alarm_register_hr(after(wait), 0, onReadGapAlarm, this);
+            return;
+        }
+        readDirtyPorts();
     } catch (const LldpdError& e) {
         lost(e.what());
+    }
+}
+
+void LldpdSource::readDirtyPorts() {
+    // One read of each port sees the end state of every change announced so far.
+    const auto names = std::move(dirty_);
+    dirty_.clear();
+    readPorts(names, false);
+    lastReadEnd_ = monotonicSeconds();
+}
+
+void LldpdSource::onReadGapAlarm(unsigned int, void* self) {
+    auto& source = *static_cast<LldpdSource*>(self);
+    source.readGapAlarm_ = 0;
+    if (!source.watch_ || source.dirty_.empty()) {
+        return;
+    }
+    try {
+        source.readDirtyPorts();
+    } catch (const LldpdError& e) {
+        source.lost(e.what());
     }
 }
 

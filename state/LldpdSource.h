@@ -27,6 +27,11 @@ public:
     // attempts to reconnect.
     static constexpr double refreshSeconds = 10.0;
     static constexpr double maxBackoffSeconds = 8.0;
+    // The shortest time from the end of one read of changed ports to the start of the next: a
+    // burst of changes (lldpd announces each neighbour on its own) is read in a few batches
+    // instead of reading the same ports again for every neighbour, which would also keep lldpd
+    // from taking in the frames that follow. A change after a quiet time is read at once.
+    static constexpr double readGapSeconds = 0.1;
 
     LldpdSource(std::string socketPath, PortNumbers& numbers);
     ~LldpdSource();
@@ -60,6 +65,7 @@ private:
     void scheduleRefresh();
     void cancelAlarm(unsigned& alarm);
     void onWatchReadable();
+    void readDirtyPorts();
     void readAll();
     // Reads the named ports again (all of lldpd's when names is empty) and applies them.
     void readPorts(const std::set<std::string>& names, bool all);
@@ -70,6 +76,7 @@ private:
 
     static void onReconnectAlarm(unsigned int, void* self);
     static void onRefreshAlarm(unsigned int, void* self);
+    static void onReadGapAlarm(unsigned int, void* self);
     static void onReadable(int fd, void* self);
 
     std::string socketPath_;
@@ -90,6 +97,8 @@ private:
     double backoff_ = 0.5;
     unsigned reconnectAlarm_ = 0;
     unsigned refreshAlarm_ = 0;
+    unsigned readGapAlarm_ = 0; // changed ports wait for it
+    double lastReadEnd_ = 0;    // monotonic seconds
 };
 
 } // namespace LldpSnmpd

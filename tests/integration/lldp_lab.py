@@ -76,8 +76,9 @@ def lab_mac(host, port):
 class Lldpd:
     """One lldpd in a namespace, transmitting every second."""
 
-    def __init__(self, lab, namespace, interfaces, hostname, config=()):
+    def __init__(self, lab, namespace, interfaces, hostname, config=(), args=()):
         self.lab, self.namespace, self.interfaces = lab, namespace, list(interfaces)
+        self.args = list(args)  # more of lldpd's options
         self.hostname = hostname
         folder = lab.folder / f"lldpd-{namespace.rsplit('-', 1)[1]}-{hostname}"
         folder.mkdir(exist_ok=True)
@@ -97,7 +98,8 @@ class Lldpd:
         with open(self.log_path, "a") as log:
             self.proc = subprocess.Popen(
                 ["ip", "netns", "exec", self.namespace, "lldpd", "-d", "-u", self.socket,
-                 "-p", self.pid_file, "-O", str(self.conf), "-I", ",".join(self.interfaces)],
+                 "-p", self.pid_file, "-O", str(self.conf), "-I", ",".join(self.interfaces),
+                 *self.args],
                 stdout=log, stderr=subprocess.STDOUT)
         deadline = time.monotonic() + 10
         while time.monotonic() < deadline:
@@ -171,8 +173,8 @@ class Lab:
     def set_link(self, namespace, interface, up):
         _run("ip", "-n", namespace, "link", "set", interface, "up" if up else "down")
 
-    def lldpd(self, namespace, interfaces, hostname, config=()):
-        daemon = Lldpd(self, namespace, interfaces, hostname, config)
+    def lldpd(self, namespace, interfaces, hostname, config=(), args=()):
+        daemon = Lldpd(self, namespace, interfaces, hostname, config, args)
         self.daemons.append(daemon)
         return daemon
 
