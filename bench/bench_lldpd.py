@@ -156,16 +156,22 @@ def churn(args, setup, n):
             "churn_rate": changes / wall}
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+def lab_arguments(description):
+    """The options of the benchmarks that run lldpd: the daemon, the sizes, the ports."""
+    parser = argparse.ArgumentParser(description=description.split("\n\n")[0])
     parser.add_argument("--daemon", default=os.environ.get("LLDP_SNMPD") or
                         os.path.join(REPO, "build", "lldp-snmpd"))
     parser.add_argument("--sizes", default="100,1000",
                         type=lambda s: [int(x) for x in s.split(",")])
     parser.add_argument("--ports", type=int, default=4)
+    parser.add_argument("--timeout", type=float, default=120.0)
+    return parser
+
+
+def main():
+    parser = lab_arguments(__doc__)
     parser.add_argument("--rate", type=float, default=100.0)
     parser.add_argument("--seconds", type=float, default=20.0)
-    parser.add_argument("--timeout", type=float, default=120.0)
     args = parser.parse_args()
     reason = lldp_lab.unavailable()
     if reason:

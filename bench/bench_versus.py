@@ -24,11 +24,9 @@ For each size N it prints:
 Figures only: nothing is checked against a time limit. Namespaces, lldpd, the masters and
 lldp-snmpd are removed and stopped when the script ends, however it ends."""
 
-import argparse
 import collections
 import os
 import shutil
-import signal
 import subprocess
 import sys
 import threading
@@ -39,6 +37,7 @@ sys.path.insert(0, os.path.join(REPO, "tests", "integration"))
 sys.path.insert(0, os.path.join(REPO, "bench"))
 
 import bench_lldpd  # noqa: E402
+import bench_soak  # noqa: E402
 import lldp_lab  # noqa: E402
 import lldpdu  # noqa: E402
 
@@ -128,13 +127,7 @@ class Agents:
 
     def close(self):
         for proc in self.procs:
-            if proc.poll() is None:
-                proc.send_signal(signal.SIGTERM)
-                try:
-                    proc.wait(timeout=20)
-                except subprocess.TimeoutExpired:
-                    proc.kill()
-                    proc.wait()
+            bench_soak.stop_process(proc)
         for s in getattr(self, "senders", []):
             s.close()
         self.lab.close()
@@ -304,13 +297,7 @@ def report(n, burst, rows, walks, filters, names):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
-    parser.add_argument("--daemon", default=os.environ.get("LLDP_SNMPD") or
-                        os.path.join(REPO, "build", "lldp-snmpd"))
-    parser.add_argument("--sizes", default="100,1000",
-                        type=lambda s: [int(x) for x in s.split(",")])
-    parser.add_argument("--ports", type=int, default=4)
-    parser.add_argument("--timeout", type=float, default=120.0)
+    parser = bench_lldpd.lab_arguments(__doc__)
     parser.add_argument("--dump", metavar="DIR", help="write each agent's walk into DIR")
     args = parser.parse_args()
     reason = lldp_lab.unavailable()
