@@ -17,10 +17,7 @@ OUI_8023 = bytes.fromhex("00120f")
 OUI_TIA = bytes.fromhex("0012bb")
 
 # Subtypes as the MIB numbers them.
-CHASSIS_MAC, CHASSIS_LOCAL = 4, 7
-PORT_MAC, PORT_IFNAME, PORT_LOCAL = 3, 5, 7
-# System capability bits (the TLV's and the MIB's order).
-CAP_OTHER, CAP_BRIDGE, CAP_ROUTER, CAP_STATION = 0x01, 0x04, 0x10, 0x80
+CHASSIS_MAC, PORT_IFNAME = 4, 5
 
 
 def mac(text):
@@ -124,10 +121,6 @@ def med_policy(app_type=1, unknown=False, tagged=True, vid=100, priority=5, dscp
     word = ((1 if unknown else 0) << 23 | (1 if tagged else 0) << 22 | (vid & 0xFFF) << 9
             | (priority & 7) << 6 | (dscp & 0x3F))
     return org(OUI_TIA, 2, bytes([app_type]) + word.to_bytes(3, "big"))
-
-
-def med_location_elin(number):
-    return org(OUI_TIA, 3, bytes([3]) + number.encode())
 
 
 def med_power(power_type=1, source=1, priority=2, value=130):

@@ -1,70 +1,69 @@
 """State documents (the dicts the tests write as state files) and the rows the LLDP MIBs should
 show for them, following the MIB definitions (index encodings, BITS numbering, PortList,
-TruthValue), not the daemon's code."""
+TruthValue), not the daemon's code. Object names, OIDs and the numbers of named values come
+from the MIB modules themselves, as net-snmp's snmptranslate reads them."""
 
+import functools
 import ipaddress
+import os
+import re
+import subprocess
 
-from conftest import as_dict, parse_oid
+from conftest import MIBDIRS, REPO, TOOL_PATH, as_dict, parse_oid
 
-LLDP = (1, 0, 8802, 1, 1, 2)
-OBJECTS = LLDP + (1,)
-DOT1, DOT3 = OBJECTS + (5, 32962, 1), OBJECTS + (5, 4623, 1)
-PORT_CONFIG, CONFIG_MAN_ADDR = OBJECTS + (1, 6), OBJECTS + (1, 7)
-STATS_TX_PORT, STATS_RX_PORT = OBJECTS + (2, 6), OBJECTS + (2, 7)
-LOC_PORT, LOC_MAN_ADDR = OBJECTS + (3, 7), OBJECTS + (3, 8)
-REM, REM_MAN_ADDR, REM_UNKNOWN_TLV, REM_ORG_DEF_INFO = (OBJECTS + (4, t) for t in (1, 2, 3, 4))
-X1_CONFIG_PORT_VLAN, X1_LOC = DOT1 + (1, 1), DOT1 + (2, 1)
-X1_REM, X1_REM_PROTO_VLAN, X1_REM_VLAN_NAME, X1_REM_PROTOCOL = (DOT1 + (3, t) for t in (1, 2, 3, 4))
-X3_PORT_CONFIG, X3_LOC_LINK_AGG, X3_LOC_MAX_FRAME = DOT3 + (1, 1), DOT3 + (2, 3), DOT3 + (2, 4)
-X3_REM_PORT, X3_REM_POWER, X3_REM_LINK_AGG, X3_REM_MAX_FRAME = (DOT3 + (3, t) for t in (1, 2, 3, 4))
-X1_CONFIG_VLAN_NAME, X1_CONFIG_PROTO_VLAN, X1_CONFIG_PROTOCOL = (DOT1 + (1, t) for t in (2, 3, 4))
-X1_LOC_PROTO_VLAN, X1_LOC_VLAN_NAME, X1_LOC_PROTOCOL = (DOT1 + (2, t) for t in (2, 3, 4))
-X3_LOC_PORT, X3_LOC_POWER = DOT3 + (2, 1), DOT3 + (2, 2)
-MED = OBJECTS + (5, 4795, 1)
-MED_PORT_CONFIG = MED + (1, 2)
-MED_LOC_POLICY, MED_LOC_LOCATION, MED_LOC_PSE_PORT = MED + (2, 1), MED + (2, 9), MED + (2, 11)
-(MED_REM_CAP, MED_REM_POLICY, MED_REM_INVENTORY, MED_REM_LOCATION, MED_REM_XPOE, MED_REM_PSE,
- MED_REM_PD) = (MED + (3, t) for t in range(1, 8))
-# The tables this library gained with LLDP-MED and the local 802.1/802.3 members.
-NEW_TABLES = [X1_CONFIG_VLAN_NAME, X1_CONFIG_PROTO_VLAN, X1_CONFIG_PROTOCOL, X1_LOC_PROTO_VLAN,
-              X1_LOC_VLAN_NAME, X1_LOC_PROTOCOL, X3_LOC_PORT, X3_LOC_POWER, MED_PORT_CONFIG,
-              MED_LOC_POLICY, MED_LOC_LOCATION, MED_LOC_PSE_PORT, MED_REM_CAP, MED_REM_POLICY,
-              MED_REM_INVENTORY, MED_REM_LOCATION, MED_REM_XPOE, MED_REM_PSE, MED_REM_PD]
-MED_DEVICE_CLASS = {"notDefined": 0, "endpointClass1": 1, "endpointClass2": 2,
-                    "endpointClass3": 3, "networkConnectivity": 4}
-MED_CAPS = {"capabilities": 0, "networkPolicy": 1, "location": 2, "extendedPSE": 3,
-            "extendedPD": 4, "inventory": 5}
-APP_TYPE = {"unknown": 0, "voice": 1, "voiceSignaling": 2, "guestVoice": 3,
-            "guestVoiceSignaling": 4, "softPhoneVoice": 5, "videoconferencing": 6,
-            "streamingVideo": 7, "videoSignaling": 8}
-LOCATION_SUBTYPE = {"unknown": 1, "coordinateBased": 2, "civicAddress": 3, "elin": 4}
-XPOE_DEVICE = {"unknown": 1, "pseDevice": 2, "pdDevice": 3, "none": 4}
-PSE_SOURCE = {"unknown": 1, "primary": 2, "backup": 3}
-PD_SOURCE = {"unknown": 1, "fromPSE": 2, "local": 3, "localAndPSE": 4}
-PRIORITY = {"unknown": 1, "critical": 2, "high": 3, "low": 4}
+
+def snmptranslate(*args):
+    env = {k: v for k, v in os.environ.items() if k not in ("MIBS", "MIBDIRS")}
+    return subprocess.run(["snmptranslate", "-M", MIBDIRS or str(REPO / "mibs"), "-m", "ALL",
+                           "-IR", *args], capture_output=True, text=True, check=True,
+                          env=dict(env, PATH=TOOL_PATH)).stdout
+
+
+# Every object of the MIB modules by name: {"lldpRemTable": (1, 0, 8802, 1, 1, 2, 1, 4, 1), ...}
+OID = {name: parse_oid(number) for name, number in
+       re.findall(r'^"(\w+)"\s+"([\d.]+)"$', snmptranslate("-Tz"), re.M)}
+
+
+@functools.cache
+def named_numbers(name):
+    """{label: number} of an object's enumeration or BITS, as its MIB module defines them."""
+    syntax = re.search(r"SYNTAX\s.*?\{(.*?)\}", snmptranslate("-Td", name), re.S).group(1)
+    return {label: int(number) for label, number in re.findall(r"(\w+)\((\d+)\)", syntax)}
+
+
+LLDP, OBJECTS, MED = OID["lldpMIB"], OID["lldpObjects"], OID["lldpXMedObjects"]
+# LLDP-MIB, LLDP-EXT-DOT1-MIB and LLDP-EXT-DOT3-MIB, then what came with LLDP-MED and the local
+# 802.1/802.3 member tables.
+(PORT_CONFIG, CONFIG_MAN_ADDR, STATS_TX_PORT, STATS_RX_PORT, LOC_PORT, LOC_MAN_ADDR, REM,
+ REM_MAN_ADDR, REM_UNKNOWN_TLV, REM_ORG_DEF_INFO, X1_CONFIG_PORT_VLAN, X1_LOC, X1_REM,
+ X1_REM_PROTO_VLAN, X1_REM_VLAN_NAME, X1_REM_PROTOCOL, X3_PORT_CONFIG, X3_LOC_LINK_AGG,
+ X3_LOC_MAX_FRAME, X3_REM_PORT, X3_REM_POWER, X3_REM_LINK_AGG, X3_REM_MAX_FRAME,
+ X1_CONFIG_VLAN_NAME, X1_CONFIG_PROTO_VLAN, X1_CONFIG_PROTOCOL, X1_LOC_PROTO_VLAN,
+ X1_LOC_VLAN_NAME, X1_LOC_PROTOCOL, X3_LOC_PORT, X3_LOC_POWER, MED_PORT_CONFIG, MED_LOC_POLICY,
+ MED_LOC_LOCATION, MED_LOC_PSE_PORT, MED_REM_CAP, MED_REM_POLICY, MED_REM_INVENTORY,
+ MED_REM_LOCATION, MED_REM_XPOE, MED_REM_PSE, MED_REM_PD) = _TABLES = [OID[name + "Table"] for name in (
+    "lldpPortConfig lldpConfigManAddr lldpStatsTxPort lldpStatsRxPort lldpLocPort lldpLocManAddr "
+    "lldpRem lldpRemManAddr lldpRemUnknownTLV lldpRemOrgDefInfo lldpXdot1ConfigPortVlan "
+    "lldpXdot1Loc lldpXdot1Rem lldpXdot1RemProtoVlan lldpXdot1RemVlanName "
+    "lldpXdot1RemProtocol lldpXdot3PortConfig lldpXdot3LocLinkAgg lldpXdot3LocMaxFrameSize "
+    "lldpXdot3RemPort lldpXdot3RemPower lldpXdot3RemLinkAgg lldpXdot3RemMaxFrameSize "
+    "lldpXdot1ConfigVlanName lldpXdot1ConfigProtoVlan lldpXdot1ConfigProtocol "
+    "lldpXdot1LocProtoVlan lldpXdot1LocVlanName lldpXdot1LocProtocol lldpXdot3LocPort "
+    "lldpXdot3LocPower lldpXMedPortConfig lldpXMedLocMediaPolicy lldpXMedLocLocation "
+    "lldpXMedLocXPoEPSEPort lldpXMedRemCapabilities lldpXMedRemMediaPolicy "
+    "lldpXMedRemInventory lldpXMedRemLocation lldpXMedRemXPoE lldpXMedRemXPoEPSE "
+    "lldpXMedRemXPoEPD").split()]
+TABLES = _TABLES[:23]
+LAST_CHANGE, INSERTS, DELETES, DROPS, AGEOUTS = (OID["lldpStatsRemTables" + k] + (0,) for k in (
+    "LastChangeTime", "Inserts", "Deletes", "Drops", "Ageouts"))
+REM_TABLES_CHANGE = OID["lldpRemTablesChange"]
+# Spellings the state file accepts besides the MIB's labels, and values the MIBs give as plain
+# numbers (the 802.3 power pairs and class).
+LINK_AGG = {"capable": "aggCapable", "enabled": "aggEnabled"}
+POWER_PAIRS = {"signal": 1, "spare": 2}
+POWER_CLASS = {"class0": 1, "class1": 2, "class2": 3, "class3": 4, "class4": 5}
 INVENTORY = ["hardwareRev", "firmwareRev", "softwareRev", "serialNum", "mfgName", "modelName",
              "assetId"]
-TABLES = [PORT_CONFIG, CONFIG_MAN_ADDR, STATS_TX_PORT, STATS_RX_PORT, LOC_PORT, LOC_MAN_ADDR, REM,
-          REM_MAN_ADDR, REM_UNKNOWN_TLV, REM_ORG_DEF_INFO, X1_CONFIG_PORT_VLAN, X1_LOC, X1_REM,
-          X1_REM_PROTO_VLAN, X1_REM_VLAN_NAME, X1_REM_PROTOCOL, X3_PORT_CONFIG, X3_LOC_LINK_AGG,
-          X3_LOC_MAX_FRAME, X3_REM_PORT, X3_REM_POWER, X3_REM_LINK_AGG, X3_REM_MAX_FRAME]
-# lldpStatsRemTables LastChangeTime, Inserts, Deletes, Drops, Ageouts; lldpRemTablesChange.
-LAST_CHANGE, INSERTS, DELETES, DROPS, AGEOUTS = (OBJECTS + (2, k, 0) for k in range(1, 6))
-REM_TABLES_CHANGE = LLDP + (0, 0, 1)
-CHASSIS_ID = {"chassisComponent": 1, "interfaceAlias": 2, "portComponent": 3, "macAddress": 4,
-              "networkAddress": 5, "interfaceName": 6, "local": 7}
-PORT_ID = {"interfaceAlias": 1, "portComponent": 2, "macAddress": 3, "networkAddress": 4,
-           "interfaceName": 5, "agentCircuitId": 6, "local": 7}
-ADMIN_STATUS = {"txOnly": 1, "rxOnly": 2, "txAndRx": 3, "disabled": 4}
-IF_SUBTYPE = {"unknown": 1, "ifIndex": 2, "systemPortNumber": 3}
-FAMILY = {"other": 0, "ipV4": 1, "ipV6": 2, "all802": 6}
-CAPABILITIES = {"other": 0, "repeater": 1, "bridge": 2, "wlanAccessPoint": 3, "router": 4,
-                "telephone": 5, "docsisCableDevice": 6, "stationOnly": 7}
-TLVS = {"portDesc": 0, "sysName": 1, "sysDesc": 2, "sysCap": 3}
-DOT3_TLVS = {"macPhyConfigStatus": 0, "powerViaMDI": 1, "linkAggregation": 2, "maxFrameSize": 3}
-LINK_AGG = {"aggCapable": 0, "aggEnabled": 1, "capable": 0, "enabled": 1}
-POWER_PORT_CLASS, POWER_PAIRS = {"pClassPSE": 1, "pClassPD": 2}, {"signal": 1, "spare": 2}
-POWER_CLASS = {"class0": 1, "class1": 2, "class2": 3, "class3": 4, "class4": 5}
 LONG_AGO = 1700000000.0  # before any daemon of the tests started: time mark 0
 RX_COUNTERS = ["rxFramesDiscardedTotal", "rxFramesErrors", "rxFramesTotal", "rxTLVsDiscardedTotal",
                "rxTLVsUnrecognizedTotal"]
@@ -89,8 +88,13 @@ def table_rows(rows, table):
     return {o: v for o, v in rows.items() if o[:len(table)] == tuple(table)}
 
 
+def numbers(names):
+    """The numbers of named values: a dict, or the MIB object whose syntax names them."""
+    return names if isinstance(names, dict) else named_numbers(names)
+
+
 def integer(value, names=None):
-    return ("INTEGER", value if names is None or isinstance(value, int) else names[value])
+    return ("INTEGER", value if names is None or isinstance(value, int) else numbers(names)[value])
 
 
 def truth(flag):
@@ -109,9 +113,13 @@ def octets(value):
 def bits(members, names, length):
     """SNMP BITS: bit k is 0x80 >> (k % 8) of octet k // 8."""
     out = bytearray(length)
-    for k in (m if isinstance(m, int) else names[m] for m in members):
+    for k in (m if isinstance(m, int) else numbers(names)[m] for m in members):
         out[k // 8] |= 0x80 >> (k % 8)
     return octets(bytes(out))
+
+
+def link_agg(members):
+    return bits([LINK_AGG.get(m, m) for m in members], "lldpXdot3RemLinkAggStatus", 1)
 
 
 def port_list(ports):
@@ -136,7 +144,7 @@ def man_addr_index(a):
     if a["subtype"] in ("ipV4", "ipV6", 1, 2) and isinstance(raw, str):
         raw = ipaddress.ip_address(raw).packed
     raw = octets(raw)[1]
-    return (integer(a["subtype"], FAMILY)[1], len(raw)) + tuple(raw)
+    return (integer(a["subtype"], "lldpLocManAddrSubtype")[1], len(raw)) + tuple(raw)
 
 
 def oui(value):
@@ -160,18 +168,18 @@ def expected_rows(state, mark=0):
     for intf in interfaces:
         p, c, loc = (intf["portNum"],), intf.get("config", {}), intf.get("local", {})
         s = intf.get("statistics", {})
-        put(rows, PORT_CONFIG, p, 2, integer(c.get("adminStatus", "txAndRx"), ADMIN_STATUS),
-            truth(c.get("notificationEnable")), bits(c.get("tlvsTxEnable", []), TLVS, 1))
+        put(rows, PORT_CONFIG, p, 2, integer(c.get("adminStatus", "txAndRx"), "lldpPortConfigAdminStatus"),
+            truth(c.get("notificationEnable")), bits(c.get("tlvsTxEnable", []), "lldpPortConfigTLVsTxEnable", 1))
         put(rows, STATS_TX_PORT, p, 2, ("Counter32", s.get("txFramesTotal", 0)))
         put(rows, STATS_RX_PORT, p, 2, *[("Counter32", s.get(n, 0)) for n in RX_COUNTERS],
             ("Gauge32", s.get("rxAgeoutsTotal", 0)))
-        put(rows, LOC_PORT, p, 2, integer(loc.get("portIdSubtype", "interfaceName"), PORT_ID),
+        put(rows, LOC_PORT, p, 2, integer(loc.get("portIdSubtype", "interfaceName"), "lldpRemPortIdSubtype"),
             octets(identifier({"portId": intf["name"], **loc}, "portId", ("macAddress", 3))),
             octets(loc.get("portDesc", "")))
         put(rows, X1_CONFIG_PORT_VLAN, p, 1, truth(c.get("portVlanTxEnable")))
         put(rows, X1_LOC, p, 1, integer(loc.get("portVlanId", 0)))
-        put(rows, X3_PORT_CONFIG, p, 1, bits(c.get("dot3TlvsTxEnable", []), DOT3_TLVS, 1))
-        put(rows, X3_LOC_LINK_AGG, p, 1, bits(loc.get("linkAggStatus", []), LINK_AGG, 1),
+        put(rows, X3_PORT_CONFIG, p, 1, bits(c.get("dot3TlvsTxEnable", []), "lldpXdot3PortConfigTLVsTxEnable", 1))
+        put(rows, X3_LOC_LINK_AGG, p, 1, link_agg(loc.get("linkAggStatus", [])),
             integer(loc.get("linkAggPortId", 0)))
         put(rows, X3_LOC_MAX_FRAME, p, 1, integer(loc.get("maxFrameSize", 0)))
         local_member_rows(rows, intf["portNum"], loc)
@@ -197,7 +205,7 @@ def mac_phy_columns(m):
 
 
 def power_columns(w):
-    return (integer(w.get("portClass", 0), POWER_PORT_CLASS), truth(w.get("mdiSupported")),
+    return (integer(w.get("portClass", 0), "lldpXdot3RemPowerPortClass"), truth(w.get("mdiSupported")),
             truth(w.get("mdiEnabled")), truth(w.get("pairControllable")),
             integer(w.get("pairs", 0), POWER_PAIRS), integer(w.get("class", 0), POWER_CLASS))
 
@@ -205,7 +213,7 @@ def power_columns(w):
 def app_type_index(app_type):
     """PolicyAppType as an index: its BITS value of nine named bits (two octets) with its
     length first."""
-    k = app_type if isinstance(app_type, int) else APP_TYPE[app_type]
+    k = integer(app_type, "lldpXMedRemMediaPolicyAppType")[1]
     return (2,) + tuple((0x8000 >> k).to_bytes(2, "big"))
 
 
@@ -251,7 +259,7 @@ def location_info(location):
     if "elin" in location:
         return 4, location["elin"].encode()
     subtype = location["subtype"]
-    return LOCATION_SUBTYPE.get(subtype, subtype), octets(location["info"])[1]
+    return integer(subtype, "lldpXMedRemLocationSubtype")[1], octets(location["info"])[1]
 
 
 def local_member_rows(rows, p, loc):
@@ -269,8 +277,8 @@ def local_member_rows(rows, p, loc):
     if "power" in loc:
         put(rows, X3_LOC_POWER, (p,), 1, *power_columns(loc["power"]))
     med = loc.get("med", {})
-    put(rows, MED_PORT_CONFIG, (p,), 1, bits(med.get("capSupported", []), MED_CAPS, 1),
-        bits(med.get("tlvsTxEnable", []), MED_CAPS, 1), truth(med.get("notifEnable")))
+    put(rows, MED_PORT_CONFIG, (p,), 1, bits(med.get("capSupported", []), "lldpXMedRemCapSupported", 1),
+        bits(med.get("tlvsTxEnable", []), "lldpXMedRemCapSupported", 1), truth(med.get("notifEnable")))
     for policy in med.get("policies", []):
         put(rows, MED_LOC_POLICY, (p,) + app_type_index(policy["appType"]), 2,
             *policy_columns(policy))
@@ -280,34 +288,34 @@ def local_member_rows(rows, p, loc):
     if "psePower" in med:
         pse = med["psePower"]
         put(rows, MED_LOC_PSE_PORT, (p,), 1, ("Gauge32", pse.get("powerAv", 0)),
-            integer(pse.get("pdPriority", 1), PRIORITY))
+            integer(pse.get("pdPriority", 1), "lldpXMedRemXPoEPSEPowerPriority"))
 
 
 def med_scalar_rows(rows, state):
     config = state.get("config", {})
     med = state["localSystem"].get("med", {})
     inventory, power = med.get("inventory", {}), med.get("power", {})
-    rows[MED + (1, 1, 0)] = integer(med.get("deviceClass", 0), MED_DEVICE_CLASS)
+    rows[MED + (1, 1, 0)] = integer(med.get("deviceClass", 0), "lldpXMedRemDeviceClass")
     rows[MED + (1, 3, 0)] = ("Gauge32", config.get("medFastStartRepeatCount", 3))
     for k, name in enumerate(INVENTORY):
         rows[MED + (2, 2 + k, 0)] = octets(inventory.get(name, ""))
-    rows[MED + (2, 10, 0)] = integer(power.get("deviceType", 4), XPOE_DEVICE)
-    rows[MED + (2, 12, 0)] = integer(power.get("pseSource", 1), PSE_SOURCE)
+    rows[MED + (2, 10, 0)] = integer(power.get("deviceType", 4), "lldpXMedRemXPoEDeviceType")
+    rows[MED + (2, 12, 0)] = integer(power.get("pseSource", 1), "lldpXMedLocXPoEPSEPowerSource")
     rows[MED + (2, 13, 0)] = ("Gauge32", power.get("pdPowerReq", 0))
-    rows[MED + (2, 14, 0)] = integer(power.get("pdSource", 1), PD_SOURCE)
-    rows[MED + (2, 15, 0)] = integer(power.get("pdPriority", 1), PRIORITY)
+    rows[MED + (2, 14, 0)] = integer(power.get("pdSource", 1), "lldpXMedLocXPoEPDPowerSource")
+    rows[MED + (2, 15, 0)] = integer(power.get("pdPriority", 1), "lldpXMedRemXPoEPSEPowerPriority")
 
 
 def med_neighbour_rows(rows, i, med):
     power = med.get("power")
-    device = power and XPOE_DEVICE.get(power["deviceType"], power["deviceType"])
+    device = power and integer(power["deviceType"], "lldpXMedRemXPoEDeviceType")[1]
     sent = ["capabilities"] + [name for name, present in (
         ("networkPolicy", med.get("policies")), ("location", med.get("locations")),
         ("extendedPSE", device == 2), ("extendedPD", device == 3),
         ("inventory", "inventory" in med)) if present]
     current = med.get("capCurrent", sent)
-    put(rows, MED_REM_CAP, i, 1, bits(med.get("capSupported", current), MED_CAPS, 1),
-        bits(current, MED_CAPS, 1), integer(med["deviceClass"], MED_DEVICE_CLASS))
+    put(rows, MED_REM_CAP, i, 1, bits(med.get("capSupported", current), "lldpXMedRemCapSupported", 1),
+        bits(current, "lldpXMedRemCapSupported", 1), integer(med["deviceClass"], "lldpXMedRemDeviceClass"))
     for policy in med.get("policies", []):
         put(rows, MED_REM_POLICY, i + app_type_index(policy["appType"]), 2,
             *policy_columns(policy))
@@ -319,25 +327,25 @@ def med_neighbour_rows(rows, i, med):
         put(rows, MED_REM_LOCATION, i + (subtype,), 2, octets(info))
     if power:
         put(rows, MED_REM_XPOE, i, 1, ("INTEGER", device))
-        sources = PSE_SOURCE if device == 2 else PD_SOURCE
+        sources = f"lldpXMedRemXPoE{'PSE' if device == 2 else 'PD'}PowerSource"
         columns = (("Gauge32", power.get("value", 0)), integer(power.get("source", 1), sources),
-                   integer(power.get("priority", 1), PRIORITY))
+                   integer(power.get("priority", 1), "lldpXMedRemXPoEPSEPowerPriority"))
         if device in (2, 3):
             put(rows, MED_REM_PSE if device == 2 else MED_REM_PD, i, 1, *columns)
 
 
 def man_addr_columns(a):
-    return (integer(a.get("ifSubtype", "unknown"), IF_SUBTYPE), integer(a.get("ifId", 0)),
+    return (integer(a.get("ifSubtype", "unknown"), "lldpLocManAddrIfSubtype"), integer(a.get("ifId", 0)),
             ("OID", parse_oid(a.get("oid", "0.0"))))
 
 
 def neighbour_rows(rows, i, n):
-    put(rows, REM, i, 4, integer(n["chassisIdSubtype"], CHASSIS_ID),
+    put(rows, REM, i, 4, integer(n["chassisIdSubtype"], "lldpRemChassisIdSubtype"),
         octets(identifier(n, "chassisId", ("macAddress", 4))),
-        integer(n["portIdSubtype"], PORT_ID), octets(identifier(n, "portId", ("macAddress", 3))),
+        integer(n["portIdSubtype"], "lldpRemPortIdSubtype"), octets(identifier(n, "portId", ("macAddress", 3))),
         *[octets(n.get(k, "")) for k in ("portDesc", "sysName", "sysDesc")],
-        bits(n.get("sysCapSupported", []), CAPABILITIES, 2),
-        bits(n.get("sysCapEnabled", []), CAPABILITIES, 2))
+        bits(n.get("sysCapSupported", []), "lldpRemSysCapSupported", 2),
+        bits(n.get("sysCapEnabled", []), "lldpRemSysCapSupported", 2))
     for a in n.get("managementAddresses", []):
         put(rows, REM_MAN_ADDR, i + man_addr_index(a), 3, *man_addr_columns(a))
     for t in n.get("unknownTlvs", []):
@@ -360,12 +368,27 @@ def neighbour_rows(rows, i, n):
     if "power" in dot3:
         put(rows, X3_REM_POWER, i, 1, *power_columns(dot3["power"]))
     if "linkAgg" in dot3:
-        put(rows, X3_REM_LINK_AGG, i, 1, bits(dot3["linkAgg"].get("status", []), LINK_AGG, 1),
+        put(rows, X3_REM_LINK_AGG, i, 1, link_agg(dot3["linkAgg"].get("status", [])),
             integer(dot3["linkAgg"].get("portId", 0)))
     if "maxFrameSize" in dot3:
         put(rows, X3_REM_MAX_FRAME, i, 1, integer(dot3["maxFrameSize"]))
     if "med" in n:
         med_neighbour_rows(rows, i, n["med"])
+
+
+def time_mark(snmp, port, index, uptime):
+    """A neighbour's lldpRemTimeMark: the highest TimeFilter (up to uptime) under which a GET of
+    its lldpRemSysName still answers; None when none does."""
+    def answers(mark):
+        return snmp.get_one(entry(REM, 9, mark, port, index)).type != "noSuchInstance"
+
+    if not answers(0):
+        return None
+    low, high = 0, uptime
+    while low < high:
+        middle = (low + high + 1) // 2
+        low, high = (middle, high) if answers(middle) else (low, middle - 1)
+    return low
 
 
 def walk_rows(daemon):
@@ -393,8 +416,9 @@ def switch_state():
         interfaces.append({"name": f"Ethernet{p}", "portNum": p, "config": {
             "adminStatus": ["txOnly", 2, "txAndRx", "disabled"][k],
             "notificationEnable": k % 2 == 1, "manAddrTxEnable": p in (1, 10),
-            "tlvsTxEnable": [[], ["portDesc"], ["sysName", 3], list(TLVS)][k],
-            "dot3TlvsTxEnable": [[], ["macPhyConfigStatus", 3], list(DOT3_TLVS), [1, 2]][k],
+            "tlvsTxEnable": [[], ["portDesc"], ["sysName", 3], list(named_numbers("lldpPortConfigTLVsTxEnable"))][k],
+            "dot3TlvsTxEnable": [[], ["macPhyConfigStatus", 3], list(named_numbers("lldpXdot3PortConfigTLVsTxEnable")),
+                                 [1, 2]][k],
             "portVlanTxEnable": k == 1}, "local": {
             "portDesc": f"to rack {p}" if k else "", "portVlanId": p if k else 0,
             "linkAggStatus": [[], ["aggCapable"], ["aggCapable", "aggEnabled"], ["enabled"]][k],
@@ -440,7 +464,8 @@ def switch_state():
     phone = neighbour(
         5, chassisIdSubtype="networkAddress", chassisId={"hex": "01c0000207"},
         portIdSubtype="macAddress", portId="02:00:00:00:05:05", sysName="",
-        sysCapSupported=list(CAPABILITIES) + [8, 15], sysCapEnabled=["telephone", 9],
+        sysCapSupported=list(named_numbers("lldpRemSysCapSupported")) + [8, 15],
+        sysCapEnabled=["telephone", 9],
         managementAddresses=[{"subtype": "all802", "address": {"hex": "020000000505"}},
                              {"subtype": "ipV4", "address": "198.51.100.5"}],
         dot1={"portVlanId": 4094, "protoVlans": [{"id": 7}]},

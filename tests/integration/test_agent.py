@@ -13,8 +13,7 @@ import pytest
 
 from conftest import (RW_CONFIG, as_dict, compare_tables, daemon_binary, error_status,
                       free_udp_port, notifications, parse_output, timed_out, wait_until)
-from mib_rows import (CAPABILITIES, CHASSIS_ID, OBJECTS, REM_TABLES_CHANGE, bits, identifier,
-                      integer, octets)
+from mib_rows import OBJECTS, REM_TABLES_CHANGE, bits, identifier, integer, octets
 
 SCALARS = [OBJECTS + (group, k, 0) for group, count in ((1, 5), (2, 5), (3, 6))
            for k in range(1, count + 1)]
@@ -42,10 +41,10 @@ def expected_scalars(state):
     values += [integer(5), ("Timeticks", 0)]  # the file's change time is before the start
     values += [("Gauge32", s[k]) for k in ("remTablesInserts", "remTablesDeletes",
                                            "remTablesDrops", "remTablesAgeouts")]
-    values += [integer(loc["chassisIdSubtype"], CHASSIS_ID),
+    values += [integer(loc["chassisIdSubtype"], "lldpLocChassisIdSubtype"),
                octets(identifier(loc, "chassisId", ("macAddress", 4))), octets(loc["sysName"]),
-               octets(loc["sysDesc"]), bits(loc["sysCapSupported"], CAPABILITIES, 2),
-               bits(loc["sysCapEnabled"], CAPABILITIES, 2)]
+               octets(loc["sysDesc"]), bits(loc["sysCapSupported"], "lldpLocSysCapSupported", 2),
+               bits(loc["sysCapEnabled"], "lldpLocSysCapEnabled", 2)]
     return dict(zip(SCALARS, values))
 
 

@@ -6,10 +6,7 @@ import signal
 import time
 
 from conftest import SYS_UPTIME, parse_output, stop, wait_until
-from mib_rows import OBJECTS
-
-LAST_CHANGE = OBJECTS + (2, 1, 0)  # lldpStatsRemTablesLastChangeTime.0
-REM_SYS_NAME = OBJECTS + (4, 1, 1, 9)  # lldpRemSysName: time mark, port, index
+from mib_rows import LAST_CHANGE, time_mark
 
 STATE = {
     "localSystem": {"chassisIdSubtype": "macAddress", "chassisId": "02:00:00:00:00:99",
@@ -28,22 +25,6 @@ def with_second_neighbour():
     return state
 
 
-def time_mark(master, index, uptime):
-    """A neighbour's lldpRemTimeMark through the master: the highest TimeFilter under which a
-    GET of its lldpRemSysName still answers."""
-    def answers(mark):
-        (varbind,) = master.snmp.get(REM_SYS_NAME + (mark, 1, index))
-        return isinstance(varbind.value, bytes)
-
-    low, high = 0, uptime
-    if not answers(low):
-        return None
-    while low < high:
-        middle = (low + high + 1) // 2
-        low, high = (middle, high) if answers(middle) else (low, middle - 1)
-    return low
-
-
 def clocks(master):
     """The master's sysUpTime.0, lldpStatsRemTablesLastChangeTime.0 (read together) and the time
     marks of the two neighbours (index 1 and 2 on port 1; None for one not served)."""
@@ -51,7 +32,7 @@ def clocks(master):
     if proc.returncode:
         return None
     uptime, change = (v.value for v in parse_output(proc.stdout))
-    return uptime, change, [time_mark(master, index, uptime) for index in (1, 2)]
+    return uptime, change, [time_mark(master.snmp, 1, index, uptime) for index in (1, 2)]
 
 
 def served(master):

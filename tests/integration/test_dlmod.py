@@ -23,15 +23,22 @@ def plugin():
     return path
 
 
-def start_snmpd(tmp_path, state, receiver_port, extra=""):
-    state_path = tmp_path / "state.json"
-    Snmp.write_state(state_path, state)
+def start_snmpd(tmp_path, config):
+    """snmpd with the plug-in loaded, the rest of its configuration after the dlmod line."""
     conf = (RW_CONFIG + "dontLogTCPWrappersConnects yes\n"
-            f"trap2sink udp:127.0.0.1:{receiver_port} public\n"
-            f"dlmod lldpsnmp {plugin()}\nlldpStateFile {state_path}\n" + extra)
+            f"dlmod lldpsnmp {plugin()}\n" + config)
     snmpd = Background(tmp_path, "snmpd", conf, ["-m", "", "-M", "/dev/null"],
                        env=sanitizer_preload(plugin()))
-    snmpd.state_path, snmpd.snmp = state_path, Snmp(snmpd.folder, snmpd.port)
+    snmpd.snmp = Snmp(snmpd.folder, snmpd.port)
+    return snmpd
+
+
+def start_on_file(tmp_path, state, receiver_port, extra=""):
+    state_path = tmp_path / "state.json"
+    Snmp.write_state(state_path, state)
+    snmpd = start_snmpd(tmp_path, f"trap2sink udp:127.0.0.1:{receiver_port} public\n"
+                                  f"lldpStateFile {state_path}\n" + extra)
+    snmpd.state_path = state_path
     return snmpd
 
 
@@ -50,7 +57,7 @@ def time_mark(rows):
 
 @pytest.fixture
 def snmpd(tmp_path, trap_receiver):
-    server = start_snmpd(tmp_path, switch_state(), trap_receiver.port)
+    server = start_on_file(tmp_path, switch_state(), trap_receiver.port)
     yield server
     stop_cleanly(server)
     assert "Error" not in server.log() and "error" not in server.log(), server.log()
@@ -96,7 +103,7 @@ def test_a_reload_and_an_unload_unregister_cleanly(snmpd):
 
 
 def test_a_refused_state_file_is_reported_and_nothing_is_served(tmp_path, trap_receiver):
-    snmpd = start_snmpd(tmp_path, "{not json", trap_receiver.port)
+    snmpd = start_on_file(tmp_path, "{not json", trap_receiver.port)
     try:
         assert wait_until(lambda: "the LLDP MIBs are not served until" in snmpd.log()), \
             snmpd.log()
@@ -108,8 +115,8 @@ def test_a_refused_state_file_is_reported_and_nothing_is_served(tmp_path, trap_r
 
 
 def test_snmpd_configuration_can_switch_the_notification_off(tmp_path, trap_receiver):
-    snmpd = start_snmpd(tmp_path, switch_state(), trap_receiver.port,
-                        "lldpNotification lldpRemTablesChange off\nlldpNotification bogus on\n")
+    snmpd = start_on_file(tmp_path, switch_state(), trap_receiver.port,
+                          "lldpNotification lldpRemTablesChange off\nlldpNotification bogus on\n")
     try:
         assert wait_until(lambda: "serving the LLDP MIBs" in snmpd.log()), snmpd.log()
         assert "unknown notification 'bogus'" in snmpd.log()

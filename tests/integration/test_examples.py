@@ -1,6 +1,6 @@
 """The files an operator starts from, served as they are: examples/switch.json with
-examples/lldp-snmpd.conf (also after a stream of damaged rewrites), and the example of
-docs/state-format.md."""
+examples/lldp-snmpd.conf (every table of the four modules, also after a stream of damaged
+rewrites), and the example of docs/state-format.md."""
 
 import copy
 import json
@@ -8,7 +8,7 @@ import random
 import re
 
 from conftest import EXACT, REPO, compare_tables, wait_until
-from mib_rows import LLDP, REM, entry, expected_rows, walk_rows
+from mib_rows import LLDP, OID, REM, entry, expected_rows, table_rows, walk_rows
 
 JUNK = [None, True, -1, 0, 4095, 2 ** 31, 2 ** 64, 1.5, "", "x", "00:11", "192.0.2.300",
         {"hex": "zz"}, {"hex": "00" * 40}, [], {}, ["bridge", 99], [1, 1]]
@@ -41,17 +41,26 @@ def damaged(state, rng):
 
 
 def served_whole_and_in_order(daemon, state):
-    compare_tables(walk_rows(daemon), expected_rows(state))  # snmpwalk fails on a step back
+    rows = walk_rows(daemon)
+    compare_tables(rows, expected_rows(state))  # snmpwalk fails on a step back
     walk = daemon.run("snmpwalk", LLDP).stdout
     assert daemon.run("snmpbulkwalk", LLDP, flags=EXACT + ("-Cr25",)).stdout == walk
+    return rows
 
 
 def test_the_example_switch_is_served_whole_even_after_damaged_rewrites(start_daemon):
+    """Every table of the four modules has rows on the example, and a walk with their MIBs
+    loaded finds nothing of a wrong type, length or value."""
     state = json.loads((REPO / "examples" / "switch.json").read_text())
     daemon = start_daemon(state, config=(REPO / "examples" / "lldp-snmpd.conf").read_text())
-    served_whole_and_in_order(daemon, state)
+    rows = served_whole_and_in_order(daemon, state)
+    empty = [n for n, o in OID.items() if n.endswith("Table") and o[:len(LLDP)] == LLDP
+             and not table_rows(rows, o)]
+    assert not empty, empty
     named = daemon.run("snmpwalk", LLDP, mibs=True, flags=("-On",))
-    assert named.returncode == 0 and "Wrong Type" not in named.stdout, named
+    assert named.returncode == 0, named
+    for fault in ("Wrong Type", "Wrong Length", "Wrong Value"):
+        assert fault not in named.stdout, [l for l in named.stdout.splitlines() if fault in l]
 
     rng = random.Random(20251122)
     for round_ in range(100):

@@ -12,15 +12,15 @@ import pytest
 
 import lldp_lab
 import lldpdu
-from conftest import RW_CONFIG, SYS_UPTIME, Background, Snmp, notifications, wait_until
+from conftest import RW_CONFIG, SYS_UPTIME, daemon_binary, notifications, wait_until
 from mib_rows import (AGEOUTS, DELETES, INSERTS, LAST_CHANGE, MED_LOC_POLICY, MED_REM_CAP,
                       MED_REM_INVENTORY, MED_REM_LOCATION, MED_REM_PD, MED_REM_POLICY, MED_REM_PSE,
                       MED_REM_XPOE, PORT_CONFIG, REM, REM_MAN_ADDR, REM_ORG_DEF_INFO,
                       REM_TABLES_CHANGE, X1_REM, X1_REM_PROTO_VLAN, X1_REM_PROTOCOL,
                       X1_REM_VLAN_NAME, X3_LOC_POWER, X3_REM_LINK_AGG, X3_REM_MAX_FRAME,
                       X3_REM_PORT, X3_REM_POWER, app_type_index, entry, location_info,
-                      med_neighbour_rows, neighbour_rows, walk_rows)
-from test_dlmod import plugin
+                      med_neighbour_rows, neighbour_rows, time_mark, walk_rows)
+from test_dlmod import start_snmpd, stop_cleanly
 
 REMOTE_TABLES = [REM, REM_MAN_ADDR, REM_ORG_DEF_INFO, X1_REM, X1_REM_PROTO_VLAN,
                  X1_REM_VLAN_NAME, X1_REM_PROTOCOL, X3_REM_PORT, X3_REM_POWER, X3_REM_LINK_AGG,
@@ -99,30 +99,22 @@ def served(daemon, port):
     return {v.value.decode(): v.oid[-1] for v in daemon.walk(REM + (1, 9)) if v.oid[-2] == port}
 
 
-def time_mark(daemon, port, index):
-    """The neighbour's lldpRemTimeMark: the highest mark under which a GET still answers."""
-    answers = lambda mark: daemon.get_one(entry(REM, 9, mark, port, index)).type != \
-        "noSuchInstance"  # noqa: E731
-    low, high = 0, daemon.get_one(SYS_UPTIME).value
-    assert answers(low)
-    while low < high:
-        middle = (low + high + 1) // 2
-        low, high = (middle, high) if answers(middle) else (low, middle - 1)
-    return low
+def mark_now(daemon, port, index):
+    return time_mark(daemon, port, index, daemon.get_one(SYS_UPTIME).value)
 
 
 def counters(daemon):
     return [v.value for v in daemon.get(*COUNTERS)]
 
 
-def without_time_marks(rows):
+def without_time_marks(rows, tables=REMOTE_TABLES):
+    """The rows of the remote tables given, time marks set to 0."""
     out = {}
     for oid, value in rows.items():
-        table = next((t for t in REMOTE_TABLES if oid[:len(t)] == t), None)
+        table = next((t for t in tables if oid[:len(t)] == t), None)
         if table:
             at = len(table) + 2  # entry, column, then the time mark
-            oid = oid[:at] + (0,) + oid[at + 1:]
-            out[oid] = value
+            out[oid[:at] + (0,) + oid[at + 1:]] = value
     return out
 
 
@@ -228,14 +220,14 @@ def test_link_down_up_and_a_new_hostname_each_change_the_rows_and_notify(
     eth1 = switch.port("eth1")
     assert wait_until(lambda: "peer" in served(daemon, eth1), timeout=15)
     index = served(daemon, eth1)["peer"]
-    mark = time_mark(daemon, eth1, index)
+    mark = mark_now(daemon, eth1, index)
     before = counters(daemon)
 
     seen = wait_quiet(daemon, trap_receiver)
     switch.peer.configure("system", "hostname", "peer-renamed")
     assert wait_until(lambda: "peer-renamed" in served(daemon, eth1), timeout=10)
     assert served(daemon, eth1)["peer-renamed"] == index, "a changed neighbour keeps its row"
-    assert time_mark(daemon, eth1, index) > mark, "and its time mark moves"
+    assert mark_now(daemon, eth1, index) > mark, "and its time mark moves"
     assert wait_until(lambda: len(notifications(trap_receiver, REM_TABLES_CHANGE)) > seen)
 
     seen = wait_quiet(daemon, trap_receiver)
@@ -261,14 +253,14 @@ def test_an_identical_lldpdu_keeps_the_time_mark_and_sends_nothing(
     assert wait_until(lambda: "rich" in served(daemon, eth2))
     index = served(daemon, eth2)["rich"]
     time.sleep(1)  # lldpd sees the frames that follow the first as the same
-    first = time_mark(daemon, eth2, index)
+    first = mark_now(daemon, eth2, index)
     seen = wait_quiet(daemon, trap_receiver)
     last_change = daemon.get_one(LAST_CHANGE).value
     for _ in range(20):  # 10 s, twice a second
         switch.sender.send(RICH_MAC, RICH)
         time.sleep(0.5)
     assert served(daemon, eth2)["rich"] == index
-    assert time_mark(daemon, eth2, index) == first
+    assert mark_now(daemon, eth2, index) == first
     assert daemon.get_one(LAST_CHANGE).value == last_change
     assert len(notifications(trap_receiver, REM_TABLES_CHANGE)) == seen
 
@@ -302,7 +294,7 @@ def test_lldpd_killed_and_restarted_is_survived_and_followed(switch, start_daemo
 
 def test_a_port_too_big_for_one_control_message_leaves_the_others_served(switch, start_daemon):
     daemon = start(start_daemon, switch)
-    eth1, eth2 = switch.port("eth1"), switch.port("eth2")
+    eth1 = switch.port("eth1")
     assert wait_until(lambda: "peer" in served(daemon, eth1), timeout=15)
     # A loaded machine drops part of a burst on the veth: the same neighbours are sent again
     # until lldpd holds more of them than one control message carries.
@@ -330,60 +322,52 @@ def test_served_through_an_agentx_master(switch, start_daemon, agentx_master):
 
 
 def test_debian_snmpd_follows_lldpd_through_the_dlmod_plugin(switch, tmp_path):
-    conf = (RW_CONFIG + "dontLogTCPWrappersConnects yes\n"
-            f"dlmod lldpsnmp {plugin()}\nlldpLldpdSocket {switch.lldpd.socket}\n")
-    snmpd = Background(tmp_path, "snmpd", conf, ["-m", "", "-M", "/dev/null"])
+    snmpd = start_snmpd(tmp_path, f"lldpLldpdSocket {switch.lldpd.socket}\n")
     try:
-        snmp = Snmp(snmpd.folder, snmpd.port)
-        eth1 = switch.port("eth1")
+        snmp, eth1 = snmpd.snmp, switch.port("eth1")
         assert wait_until(lambda: "peer" in served(snmp, eth1), timeout=20), snmpd.log()
         assert f"serving the LLDP MIBs from lldpd at {switch.lldpd.socket}" in snmpd.log()
         switch.peer.configure("system", "hostname", "peer-renamed")
         assert wait_until(lambda: "peer-renamed" in served(snmp, eth1), timeout=15), \
             snmpd.log()
     finally:
-        assert snmpd.stop() == 0, snmpd.log()
+        stop_cleanly(snmpd)
     assert "rror" not in snmpd.log(), snmpd.log()
 
 
 def test_dump_state_is_a_state_file_that_serves_the_same(switch, start_daemon, tmp_path):
     switch.sender.send(RICH_MAC, RICH)
     assert wait_until(lambda: switch.lldpcli_names("eth2") == ["rich"], timeout=10)
-    dump = subprocess.run([daemon_path(), "--lldpd", switch.lldpd.socket, "--dump-state"],
+    dump = subprocess.run([daemon_binary(), "--lldpd", switch.lldpd.socket, "--dump-state"],
                           capture_output=True, text=True, timeout=30)
     assert dump.returncode == 0, dump.stderr
     state = json.loads(dump.stdout)
     from_file = start_daemon(state)
     rows = walk_rows(from_file)
     assert without_time_marks(rows), "the dump has neighbours"
-    again = subprocess.run([daemon_path(), "--state", str(from_file.state_path), "--dump-state"],
+    again = subprocess.run([daemon_binary(), "--state", str(from_file.state_path), "--dump-state"],
                            capture_output=True, text=True, timeout=30)
     assert json.loads(again.stdout) == state
 
 
-def daemon_path():
-    from conftest import daemon_binary
-    return daemon_binary()
-
-
 def test_exactly_one_source_and_errors_that_name_the_socket(tmp_path):
-    both = subprocess.run([daemon_path(), "--state", "x.json", "--lldpd"], capture_output=True,
+    both = subprocess.run([daemon_binary(), "--state", "x.json", "--lldpd"], capture_output=True,
                           text=True, timeout=30)
-    neither = subprocess.run([daemon_path()], capture_output=True, text=True, timeout=30)
+    neither = subprocess.run([daemon_binary()], capture_output=True, text=True, timeout=30)
     for out in (both, neither):
         assert out.returncode != 0 and "exactly one of --state FILE and --lldpd" in out.stderr
     missing = str(tmp_path / "no-lldpd.socket")
-    out = subprocess.run([daemon_path(), "--lldpd", missing, "--dump-state"], capture_output=True,
+    out = subprocess.run([daemon_binary(), "--lldpd", missing, "--dump-state"], capture_output=True,
                          text=True, timeout=30)
     assert out.returncode == 1
     assert missing in out.stderr and "No such file or directory" in out.stderr, out.stderr
-    help_text = subprocess.run([daemon_path(), "--help"], capture_output=True, text=True).stdout
+    help_text = subprocess.run([daemon_binary(), "--help"], capture_output=True, text=True).stdout
     assert "--lldpd" in help_text and "_lldpd" in help_text
 
 
 def test_a_socket_of_another_group_is_refused_naming_the_group(switch):
     out = subprocess.run(["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups",
-                          daemon_path(), "--lldpd", switch.lldpd.socket, "--dump-state"],
+                          daemon_binary(), "--lldpd", switch.lldpd.socket, "--dump-state"],
                          capture_output=True, text=True, timeout=30)
     assert out.returncode == 1
     assert switch.lldpd.socket in out.stderr and "Permission denied" in out.stderr
@@ -421,17 +405,6 @@ MED_REMOTE_TABLES = [MED_REM_CAP, MED_REM_POLICY, MED_REM_INVENTORY, MED_REM_LOC
                      MED_REM_XPOE, MED_REM_PSE, MED_REM_PD]
 
 
-def med_rows(daemon):
-    """The rows of the remote MED tables, time marks set to 0."""
-    rows = {}
-    for oid, value in walk_rows(daemon).items():
-        table = next((t for t in MED_REMOTE_TABLES if oid[:len(t)] == t), None)
-        if table:
-            at = len(table) + 2  # entry, column, then the time mark
-            rows[oid[:at] + (0,) + oid[at + 1:]] = value
-    return rows
-
-
 def test_med_tlvs_and_the_local_power_and_policies_come_from_lldpd(switch, start_daemon):
     switch.lldpd.configure("ports", "eth1", "dot3", "power", "pse", "supported", "enabled",
                            "paircontrol", "powerpairs", "spare", "class", "class-3")
@@ -446,7 +419,7 @@ def test_med_tlvs_and_the_local_power_and_policies_come_from_lldpd(switch, start
 
     expected = {}
     med_neighbour_rows(expected, (0, eth2, served(daemon, eth2)["phone"]), PHONE_MED)
-    assert med_rows(daemon) == expected  # the peer's lldpd sent no MED TLV: no rows of it
+    assert without_time_marks(walk_rows(daemon), MED_REMOTE_TABLES) == expected  # the peer's lldpd sent no MED TLV: no rows of it
 
     # The switch's own port: its power via MDI (a PSE, class 3 served as 4, spare pairs) and
     # its voice policy.

@@ -169,8 +169,9 @@ TEST(StateDocumentRefusals, NameTheJsonPathOfTheOffendingKey) {
     EXPECT_EQ(refusal([] { parseState("{}"); }), "$: missing key \"localSystem\"");
 }
 
-// Every bounded value one past its bound, and every list whose elements must differ: the
-// refusal names the key (never only its list element), shows the value and says what is allowed.
+// Every bounded value one past its bound, every list whose elements must differ, and values of
+// the wrong kind for their key or the keys around them: the refusal names the key (never only
+// its list element), shows the value and says what is allowed.
 TEST(StateDocumentRefusals, BoundedValuesNameTheKeyTheValueAndWhatIsAllowed) {
     const std::string local = R"("localSystem": {"chassisIdSubtype": 7, "chassisId": "x")";
     auto withNeighbour = [&](const std::string& fields) {
@@ -284,6 +285,41 @@ TEST(StateDocumentRefusals, BoundedValuesNameTheKeyTheValueAndWhatIsAllowed) {
                        std::string(33, 's') + R"("}})"),
          n + ".med.inventory.serialNum: the string \"" + std::string(33, 's') +
              "\" has 33 bytes, more than the 32 allowed"},
+        {"{" + local + R"(}, "interfaces": [{"name": "", "portNum": 1}]})",
+         "$.interfaces[0].name: expected an interface name, found the string \"\""},
+        {"{" + local + R"(}, "interfaces": [{"name": "e1", "portNum": 1,
+             "config": {"notificationEnable": 1}}]})",
+         "$.interfaces[0].config.notificationEnable: expected true or false, found 1"},
+        {"{" + local + R"(}, "config": {"medFastStartRepeatCount": 0}})",
+         "$.config.medFastStartRepeatCount: 0 is out of range (1..10)"},
+        {withNeighbour(R"("managementAddresses": [{"subtype": "ipV6", "address": "2001:db8::g"}])"),
+         n + ".managementAddresses[0].address: expected an IPv6 address such as \"2001:db8::1\", "
+             "found the string \"2001:db8::g\""},
+        {withNeighbour(R"("lastChangeTime": -1)"),
+         n + ".lastChangeTime: -1 is not a time (seconds since 1970, 0..253402300799)"},
+        {withNeighbour(R"("med": {"deviceClass": 5})"),
+         n + ".med.deviceClass: 5 is not one of: notDefined (0), endpointClass1 (1), "
+             "endpointClass2 (2), endpointClass3 (3), networkConnectivity (4)"},
+        {withNeighbour(R"("med": {"deviceClass": 3, "policies": [{"appType": 1, "dscp": 64}]})"),
+         n + ".med.policies[0].dscp: 64 is out of range (0..63)"},
+        {withNeighbour(R"("med": {"deviceClass": 3, "capCurrent": [0], "inventory": {}})"),
+         n + ".med.capCurrent: the neighbour sends inventory, which capCurrent does not name"},
+        {withNeighbour(
+             R"("med": {"deviceClass": 3, "power": {"deviceType": 3, "source": "primary"}})"),
+         n + ".med.power.source: unknown name \"primary\"; expected one of: unknown, fromPSE, "
+             "local, localAndPSE (or a number)"},
+        {withPort(R"("med": {"locations": [{"elin": "5550100000", "info": "x"}]})"),
+         l + ".med.locations[0]: expected exactly one of: info (with subtype), coordinates, "
+             "civicAddress, elin"},
+        {withPort(R"("med": {"psePower": {"powerAv": 1024}})"),
+         l + ".med.psePower.powerAv: 1024 is out of range (0..1023)"},
+        {withPort(R"("protoVlans": [{"id": 7}, {"id": 7}])"),
+         l + ".protoVlans[1].id: 7 is a duplicate port-and-protocol VLAN id (each appears once "
+             "per list)"},
+        {"{\n  \"config\": {\n    \"txDelay\": 2,\n  }\n}",
+         "line 4, column 3: not valid JSON: syntax error while parsing object key - unexpected "
+         "'}'; expected string literal"},
+        {"[]", "$: expected an object, found an array"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(refusal([&] { parseState(c.document); }), c.refusal) << c.document;
