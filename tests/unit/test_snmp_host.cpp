@@ -76,9 +76,11 @@ TEST(SnmpHostTime, UptimeCountsFromTheAgentStartInHundredthsRoundedDownAndWrappi
 
     std::vector<uint32_t> ticks;
     for (double seconds : {0.0, 1.5, 12.349, 0.009, -1.0, std::numeric_limits<double>::quiet_NaN(),
-                           42949672.955, 42949673.0})
+                           std::numeric_limits<double>::infinity(), 42949672.955, 42949673.0})
         ticks.push_back(Snmp::SecondsToTimeTicks(seconds));
-    EXPECT_EQ(ticks, (std::vector<uint32_t>{0, 150, 1234, 0, 0, 0, 4294967295u, 4}));
+    EXPECT_EQ(ticks, (std::vector<uint32_t>{0, 150, 1234, 0, 0, 0, 0, 4294967295u, 4}));
+    for (double seconds : {1e20, 1e300, -1e300, std::numeric_limits<double>::max()})
+        (void)Snmp::SecondsToTimeTicks(seconds); // the sanitizer build catches undefined casts
 }
 
 } // namespace
