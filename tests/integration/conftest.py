@@ -32,6 +32,11 @@ EXCEPTIONS = {"No Such Object available on this agent at this OID": "noSuchObjec
 TIME_SCALE = float(os.environ.get("LLDP_TEST_TIME_SCALE") or 1)
 
 
+def example_state():
+    """examples/switch.json: a switch whose state gives every table of the four modules rows."""
+    return json.loads((REPO / "examples" / "switch.json").read_text())
+
+
 def daemon_binary():
     path = Path(os.environ.get("LLDP_SNMPD") or REPO / "build" / "lldp-snmpd")
     if not path.is_file():
@@ -347,6 +352,37 @@ def sanitizer_preload(library):
     options = os.environ.get("ASAN_OPTIONS", "")
     return {"LD_PRELOAD": runtime.group(1),
             "ASAN_OPTIONS": ":".join(filter(None, [options, "detect_leaks=0"]))}
+
+
+def plugin():
+    path = os.environ.get("LLDP_DLMOD")
+    if not path or not os.path.isfile(path):
+        pytest.fail(f"the dlmod plug-in is not at {path!r}; build it or set LLDP_DLMOD")
+    return path
+
+
+@pytest.fixture
+def start_plugin_snmpd(tmp_path):
+    """start_plugin_snmpd(config, library=None) -> snmpd (a Background with .snmp) that loads the
+    dlmod plug-in (the one built, or library), config after the dlmod line. When the test ends,
+    it must stop with 0 and nothing from a sanitizer."""
+    started = []
+
+    def start(config, library=None):
+        library = library or plugin()
+        conf = (RW_CONFIG + "dontLogTCPWrappersConnects yes\n"
+                f"dlmod lldpsnmp {library}\n" + config)
+        snmpd = Background(tmp_path, "snmpd", conf, ["-m", "", "-M", "/dev/null"],
+                           env=sanitizer_preload(library))
+        snmpd.snmp = Snmp(snmpd.folder, snmpd.port)
+        started.append(snmpd)
+        return snmpd
+
+    yield start
+    for snmpd in started:
+        code = snmpd.stop()
+        assert not sanitizer_reports(snmpd.stderr()), snmpd.stderr()
+        assert code == 0, snmpd.log()
 
 
 @pytest.fixture

@@ -3,50 +3,28 @@ the state file watched from snmpd's loop, notifications to snmpd's sinks, and a 
 when snmpd reads its configuration again or stops."""
 
 import copy
-import os
 import signal
 import time
 
 import pytest
 
-from conftest import (RW_CONFIG, SYS_UPTIME, Background, Snmp, compare_tables, notifications,
-                      sanitizer_preload, sanitizer_reports, wait_until)
+from conftest import SYS_UPTIME, Snmp, compare_tables, notifications, wait_until
 from mib_rows import REM, REM_TABLES_CHANGE, entry, expected_rows, switch_state, walk_rows
 
 DLMOD_STATUS = (1, 3, 6, 1, 4, 1, 2021, 13, 14, 2, 1, 5)
 
 
-def plugin():
-    path = os.environ.get("LLDP_DLMOD")
-    if not path or not os.path.isfile(path):
-        pytest.fail(f"the dlmod plug-in is not at {path!r}; build it or set LLDP_DLMOD")
-    return path
-
-
-def start_snmpd(tmp_path, config):
-    """snmpd with the plug-in loaded, the rest of its configuration after the dlmod line."""
-    conf = (RW_CONFIG + "dontLogTCPWrappersConnects yes\n"
-            f"dlmod lldpsnmp {plugin()}\n" + config)
-    snmpd = Background(tmp_path, "snmpd", conf, ["-m", "", "-M", "/dev/null"],
-                       env=sanitizer_preload(plugin()))
-    snmpd.snmp = Snmp(snmpd.folder, snmpd.port)
-    return snmpd
-
-
-def start_on_file(tmp_path, state, receiver_port, extra=""):
-    state_path = tmp_path / "state.json"
-    Snmp.write_state(state_path, state)
-    snmpd = start_snmpd(tmp_path, f"trap2sink udp:127.0.0.1:{receiver_port} public\n"
-                                  f"lldpStateFile {state_path}\n" + extra)
-    snmpd.state_path = state_path
-    return snmpd
-
-
-def stop_cleanly(snmpd):
-    """Stops snmpd, which exits 0 with nothing from a sanitizer on its standard error."""
-    code = snmpd.stop()
-    assert not sanitizer_reports(snmpd.stderr()), snmpd.stderr()
-    assert code == 0, snmpd.log()
+@pytest.fixture
+def on_file(start_plugin_snmpd, tmp_path, trap_receiver):
+    """on_file(state, extra="") -> snmpd following a state file, notifying trap_receiver."""
+    def start(state, extra=""):
+        state_path = tmp_path / "state.json"
+        Snmp.write_state(state_path, state)
+        snmpd = start_plugin_snmpd(f"trap2sink udp:127.0.0.1:{trap_receiver.port} public\n"
+                                   f"lldpStateFile {state_path}\n" + extra)
+        snmpd.state_path = state_path
+        return snmpd
+    return start
 
 
 def time_mark(rows):
@@ -56,10 +34,9 @@ def time_mark(rows):
 
 
 @pytest.fixture
-def snmpd(tmp_path, trap_receiver):
-    server = start_on_file(tmp_path, switch_state(), trap_receiver.port)
+def snmpd(on_file):
+    server = on_file(switch_state())
     yield server
-    stop_cleanly(server)
     assert "Error" not in server.log() and "error" not in server.log(), server.log()
 
 
@@ -102,29 +79,22 @@ def test_a_reload_and_an_unload_unregister_cleanly(snmpd):
     assert snmpd.snmp.get_one(row).value == 2  # unloaded(2)
 
 
-def test_a_refused_state_file_is_reported_and_nothing_is_served(tmp_path, trap_receiver):
-    snmpd = start_on_file(tmp_path, "{not json", trap_receiver.port)
-    try:
-        assert wait_until(lambda: "the LLDP MIBs are not served until" in snmpd.log()), \
-            snmpd.log()
-        assert f"{snmpd.state_path}" in snmpd.log()
-        assert snmpd.snmp.walk(entry(REM, 9)) == []
-        assert snmpd.snmp.get_one((1, 3, 6, 1, 2, 1, 1, 3, 0)).type == "Timeticks"
-    finally:
-        stop_cleanly(snmpd)
+def test_a_refused_state_file_is_reported_and_nothing_is_served(on_file):
+    snmpd = on_file("{not json")
+    assert wait_until(lambda: "the LLDP MIBs are not served until" in snmpd.log()), snmpd.log()
+    assert f"{snmpd.state_path}" in snmpd.log()
+    assert snmpd.snmp.walk(entry(REM, 9)) == []
+    assert snmpd.snmp.get_one(SYS_UPTIME).type == "Timeticks"
 
 
-def test_snmpd_configuration_can_switch_the_notification_off(tmp_path, trap_receiver):
-    snmpd = start_on_file(tmp_path, switch_state(), trap_receiver.port,
-                          "lldpNotification lldpRemTablesChange off\nlldpNotification bogus on\n")
-    try:
-        assert wait_until(lambda: "serving the LLDP MIBs" in snmpd.log()), snmpd.log()
-        assert "unknown notification 'bogus'" in snmpd.log()
-        changed = switch_state()
-        next(i for i in changed["interfaces"] if i.get("neighbors"))["neighbors"] = []
-        Snmp.write_state(snmpd.state_path, changed)
-        assert wait_until(lambda: "neighbours removed" in snmpd.log()), snmpd.log()
-        time.sleep(1.0)
-        assert notifications(trap_receiver, REM_TABLES_CHANGE) == []
-    finally:
-        stop_cleanly(snmpd)
+def test_snmpd_configuration_can_switch_the_notification_off(on_file, trap_receiver):
+    snmpd = on_file(switch_state(),
+                    "lldpNotification lldpRemTablesChange off\nlldpNotification bogus on\n")
+    assert wait_until(lambda: "serving the LLDP MIBs" in snmpd.log()), snmpd.log()
+    assert "unknown notification 'bogus'" in snmpd.log()
+    changed = switch_state()
+    next(i for i in changed["interfaces"] if i.get("neighbors"))["neighbors"] = []
+    Snmp.write_state(snmpd.state_path, changed)
+    assert wait_until(lambda: "neighbours removed" in snmpd.log()), snmpd.log()
+    time.sleep(1.0)
+    assert notifications(trap_receiver, REM_TABLES_CHANGE) == []

@@ -7,7 +7,7 @@ import json
 import random
 import re
 
-from conftest import EXACT, REPO, compare_tables, wait_until
+from conftest import EXACT, REPO, compare_tables, example_state, wait_until
 from mib_rows import LLDP, OID, REM, entry, expected_rows, table_rows, walk_rows
 
 JUNK = [None, True, -1, 0, 4095, 2 ** 31, 2 ** 64, 1.5, "", "x", "00:11", "192.0.2.300",
@@ -51,7 +51,7 @@ def served_whole_and_in_order(daemon, state):
 def test_the_example_switch_is_served_whole_even_after_damaged_rewrites(start_daemon):
     """Every table of the four modules has rows on the example, and a walk with their MIBs
     loaded finds nothing of a wrong type, length or value."""
-    state = json.loads((REPO / "examples" / "switch.json").read_text())
+    state = example_state()
     daemon = start_daemon(state, config=(REPO / "examples" / "lldp-snmpd.conf").read_text())
     rows = served_whole_and_in_order(daemon, state)
     empty = [n for n, o in OID.items() if n.endswith("Table") and o[:len(LLDP)] == LLDP

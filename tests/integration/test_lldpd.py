@@ -20,7 +20,6 @@ from mib_rows import (AGEOUTS, DELETES, INSERTS, LAST_CHANGE, MED_LOC_POLICY, ME
                       X1_REM_VLAN_NAME, X3_LOC_POWER, X3_REM_LINK_AGG, X3_REM_MAX_FRAME,
                       X3_REM_PORT, X3_REM_POWER, app_type_index, entry, location_info,
                       med_neighbour_rows, neighbour_rows, time_mark, walk_rows)
-from test_dlmod import start_snmpd, stop_cleanly
 
 REMOTE_TABLES = [REM, REM_MAN_ADDR, REM_ORG_DEF_INFO, X1_REM, X1_REM_PROTO_VLAN,
                  X1_REM_VLAN_NAME, X1_REM_PROTOCOL, X3_REM_PORT, X3_REM_POWER, X3_REM_LINK_AGG,
@@ -321,17 +320,13 @@ def test_served_through_an_agentx_master(switch, start_daemon, agentx_master):
     assert wait_until(lambda: "peer" in served(agentx_master.snmp, eth1), timeout=20)
 
 
-def test_debian_snmpd_follows_lldpd_through_the_dlmod_plugin(switch, tmp_path):
-    snmpd = start_snmpd(tmp_path, f"lldpLldpdSocket {switch.lldpd.socket}\n")
-    try:
-        snmp, eth1 = snmpd.snmp, switch.port("eth1")
-        assert wait_until(lambda: "peer" in served(snmp, eth1), timeout=20), snmpd.log()
-        assert f"serving the LLDP MIBs from lldpd at {switch.lldpd.socket}" in snmpd.log()
-        switch.peer.configure("system", "hostname", "peer-renamed")
-        assert wait_until(lambda: "peer-renamed" in served(snmp, eth1), timeout=15), \
-            snmpd.log()
-    finally:
-        stop_cleanly(snmpd)
+def test_debian_snmpd_follows_lldpd_through_the_dlmod_plugin(switch, start_plugin_snmpd):
+    snmpd = start_plugin_snmpd(f"lldpLldpdSocket {switch.lldpd.socket}\n")
+    snmp, eth1 = snmpd.snmp, switch.port("eth1")
+    assert wait_until(lambda: "peer" in served(snmp, eth1), timeout=20), snmpd.log()
+    assert f"serving the LLDP MIBs from lldpd at {switch.lldpd.socket}" in snmpd.log()
+    switch.peer.configure("system", "hostname", "peer-renamed")
+    assert wait_until(lambda: "peer-renamed" in served(snmp, eth1), timeout=15), snmpd.log()
     assert "rror" not in snmpd.log(), snmpd.log()
 
 

@@ -14,7 +14,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import REPO, Background, Daemon, Snmp, tool, wait_until
+from conftest import REPO, Daemon, tool, wait_until
 
 PACKAGE_DIR = Path(os.environ.get("LLDP_PACKAGE_DIR") or REPO / "build-pkg")
 LLDP = (1, 0, 8802, 1, 1, 2)
@@ -106,18 +106,13 @@ def test_the_unpacked_daemon_runs_and_answers_a_walk_named_with_the_installed_mi
         assert daemon.stop() == 0, daemon.log()
 
 
-def test_debian_snmpd_loads_the_unpacked_plug_in(unpacked, tmp_path):
+def test_debian_snmpd_loads_the_unpacked_plug_in(unpacked, tmp_path, start_plugin_snmpd):
     _, root = unpacked
     state = tmp_path / "state.json"
     state.write_text((root / "usr/share/doc/lldp-snmp/examples/switch.json").read_text())
-    snmpd = Background(tmp_path, "snmpd", "rocommunity public 127.0.0.1\n"
-                       f"dlmod lldpsnmp {root / PRIVATE / 'lldpsnmp.so'}\nlldpStateFile {state}\n",
-                       ["-m", "", "-M", "/dev/null"])
-    try:
-        assert wait_until(lambda: "serving the LLDP MIBs" in snmpd.log()), snmpd.log()
-        assert len(Snmp(snmpd.folder, snmpd.port).walk(LLDP)) > 100
-    finally:
-        assert snmpd.stop() == 0
+    snmpd = start_plugin_snmpd(f"lldpStateFile {state}\n", root / PRIVATE / "lldpsnmp.so")
+    assert wait_until(lambda: "serving the LLDP MIBs" in snmpd.log()), snmpd.log()
+    assert len(snmpd.snmp.walk(LLDP)) > 100
 
 
 def test_systemd_accepts_the_packaged_unit_and_finds_its_man_pages(unpacked, tmp_path):

@@ -8,7 +8,7 @@ import re
 
 import pytest
 
-from conftest import REPO
+from conftest import REPO, example_state
 
 jsonschema = pytest.importorskip("jsonschema")
 
@@ -38,7 +38,7 @@ def test_every_shipped_example_is_accepted(name, state):
 
 
 def test_unknown_keys_missing_keys_and_wrong_kinds_are_refused():
-    state = json.loads((REPO / "examples" / "switch.json").read_text())
+    state = example_state()
     neighbour = lambda doc: doc["interfaces"][0]["neighbors"][0]  # noqa: E731
     changes = [
         lambda d: d.update(stray=1),

@@ -2,7 +2,6 @@
 the README name the same options), the systemd unit (systemd accepts it, and the daemon reports
 readiness the way Type=notify expects), and logging to syslog."""
 
-import json
 import os
 import re
 import shutil
@@ -12,13 +11,9 @@ import subprocess
 
 import pytest
 
-from conftest import REPO, daemon_binary, tool, wait_until
+from conftest import REPO, daemon_binary, example_state, tool, wait_until
 
 OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]+")
-
-
-def example_state():
-    return json.loads((REPO / "examples" / "switch.json").read_text())
 
 
 def man_page(name):

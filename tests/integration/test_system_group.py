@@ -3,20 +3,15 @@ configuration says otherwise; and the agent's SNMPv3 identity survives restarts 
 persistent directory."""
 
 import copy
-import json
 import os
 import socket
 
-from conftest import REPO, wait_until
+from conftest import REPO, example_state, wait_until
 
 SYSTEM = (1, 3, 6, 1, 2, 1, 1)
 SYS_DESCR, SYS_OBJECT_ID, SYS_CONTACT, SYS_NAME, SYS_LOCATION, SYS_SERVICES = (
     SYSTEM + (k, 0) for k in (1, 2, 4, 5, 6, 7))
 ENGINE_ID = (1, 3, 6, 1, 6, 3, 10, 2, 1, 1, 0)
-
-
-def example_state():
-    return json.loads((REPO / "examples" / "switch.json").read_text())
 
 
 def system_group(daemon):
