@@ -41,7 +41,7 @@ LLDP, OBJECTS, MED = OID["lldpMIB"], OID["lldpObjects"], OID["lldpXMedObjects"]
  X1_CONFIG_VLAN_NAME, X1_CONFIG_PROTO_VLAN, X1_CONFIG_PROTOCOL, X1_LOC_PROTO_VLAN,
  X1_LOC_VLAN_NAME, X1_LOC_PROTOCOL, X3_LOC_PORT, X3_LOC_POWER, MED_PORT_CONFIG, MED_LOC_POLICY,
  MED_LOC_LOCATION, MED_LOC_PSE_PORT, MED_REM_CAP, MED_REM_POLICY, MED_REM_INVENTORY,
- MED_REM_LOCATION, MED_REM_XPOE, MED_REM_PSE, MED_REM_PD) = _TABLES = [OID[name + "Table"] for name in (
+ MED_REM_LOCATION, MED_REM_XPOE, MED_REM_PSE, MED_REM_PD) = _TABLES = [OID[t + "Table"] for t in (
     "lldpPortConfig lldpConfigManAddr lldpStatsTxPort lldpStatsRxPort lldpLocPort lldpLocManAddr "
     "lldpRem lldpRemManAddr lldpRemUnknownTLV lldpRemOrgDefInfo lldpXdot1ConfigPortVlan "
     "lldpXdot1Loc lldpXdot1Rem lldpXdot1RemProtoVlan lldpXdot1RemVlanName "
@@ -57,6 +57,7 @@ TABLES = _TABLES[:23]
 LAST_CHANGE, INSERTS, DELETES, DROPS, AGEOUTS = (OID["lldpStatsRemTables" + k] + (0,) for k in (
     "LastChangeTime", "Inserts", "Deletes", "Drops", "Ageouts"))
 REM_TABLES_CHANGE = OID["lldpRemTablesChange"]
+LOC_SYS_NAME = OID["lldpLocSysName"] + (0,)
 # Spellings the state file accepts besides the MIB's labels, and values the MIBs give as plain
 # numbers (the 802.3 power pairs and class).
 LINK_AGG = {"capable": "aggCapable", "enabled": "aggEnabled"}
@@ -168,17 +169,21 @@ def expected_rows(state, mark=0):
     for intf in interfaces:
         p, c, loc = (intf["portNum"],), intf.get("config", {}), intf.get("local", {})
         s = intf.get("statistics", {})
-        put(rows, PORT_CONFIG, p, 2, integer(c.get("adminStatus", "txAndRx"), "lldpPortConfigAdminStatus"),
-            truth(c.get("notificationEnable")), bits(c.get("tlvsTxEnable", []), "lldpPortConfigTLVsTxEnable", 1))
+        put(rows, PORT_CONFIG, p, 2,
+            integer(c.get("adminStatus", "txAndRx"), "lldpPortConfigAdminStatus"),
+            truth(c.get("notificationEnable")),
+            bits(c.get("tlvsTxEnable", []), "lldpPortConfigTLVsTxEnable", 1))
         put(rows, STATS_TX_PORT, p, 2, ("Counter32", s.get("txFramesTotal", 0)))
         put(rows, STATS_RX_PORT, p, 2, *[("Counter32", s.get(n, 0)) for n in RX_COUNTERS],
             ("Gauge32", s.get("rxAgeoutsTotal", 0)))
-        put(rows, LOC_PORT, p, 2, integer(loc.get("portIdSubtype", "interfaceName"), "lldpRemPortIdSubtype"),
+        put(rows, LOC_PORT, p, 2,
+            integer(loc.get("portIdSubtype", "interfaceName"), "lldpLocPortIdSubtype"),
             octets(identifier({"portId": intf["name"], **loc}, "portId", ("macAddress", 3))),
             octets(loc.get("portDesc", "")))
         put(rows, X1_CONFIG_PORT_VLAN, p, 1, truth(c.get("portVlanTxEnable")))
         put(rows, X1_LOC, p, 1, integer(loc.get("portVlanId", 0)))
-        put(rows, X3_PORT_CONFIG, p, 1, bits(c.get("dot3TlvsTxEnable", []), "lldpXdot3PortConfigTLVsTxEnable", 1))
+        put(rows, X3_PORT_CONFIG, p, 1,
+            bits(c.get("dot3TlvsTxEnable", []), "lldpXdot3PortConfigTLVsTxEnable", 1))
         put(rows, X3_LOC_LINK_AGG, p, 1, link_agg(loc.get("linkAggStatus", [])),
             integer(loc.get("linkAggPortId", 0)))
         put(rows, X3_LOC_MAX_FRAME, p, 1, integer(loc.get("maxFrameSize", 0)))
@@ -205,7 +210,8 @@ def mac_phy_columns(m):
 
 
 def power_columns(w):
-    return (integer(w.get("portClass", 0), "lldpXdot3RemPowerPortClass"), truth(w.get("mdiSupported")),
+    return (integer(w.get("portClass", 0), "lldpXdot3RemPowerPortClass"),
+            truth(w.get("mdiSupported")),
             truth(w.get("mdiEnabled")), truth(w.get("pairControllable")),
             integer(w.get("pairs", 0), POWER_PAIRS), integer(w.get("class", 0), POWER_CLASS))
 
@@ -277,8 +283,10 @@ def local_member_rows(rows, p, loc):
     if "power" in loc:
         put(rows, X3_LOC_POWER, (p,), 1, *power_columns(loc["power"]))
     med = loc.get("med", {})
-    put(rows, MED_PORT_CONFIG, (p,), 1, bits(med.get("capSupported", []), "lldpXMedRemCapSupported", 1),
-        bits(med.get("tlvsTxEnable", []), "lldpXMedRemCapSupported", 1), truth(med.get("notifEnable")))
+    put(rows, MED_PORT_CONFIG, (p,), 1,
+        bits(med.get("capSupported", []), "lldpXMedPortCapSupported", 1),
+        bits(med.get("tlvsTxEnable", []), "lldpXMedPortConfigTLVsTxEnable", 1),
+        truth(med.get("notifEnable")))
     for policy in med.get("policies", []):
         put(rows, MED_LOC_POLICY, (p,) + app_type_index(policy["appType"]), 2,
             *policy_columns(policy))
@@ -314,8 +322,10 @@ def med_neighbour_rows(rows, i, med):
         ("extendedPSE", device == 2), ("extendedPD", device == 3),
         ("inventory", "inventory" in med)) if present]
     current = med.get("capCurrent", sent)
-    put(rows, MED_REM_CAP, i, 1, bits(med.get("capSupported", current), "lldpXMedRemCapSupported", 1),
-        bits(current, "lldpXMedRemCapSupported", 1), integer(med["deviceClass"], "lldpXMedRemDeviceClass"))
+    put(rows, MED_REM_CAP, i, 1,
+        bits(med.get("capSupported", current), "lldpXMedRemCapSupported", 1),
+        bits(current, "lldpXMedRemCapCurrent", 1),
+        integer(med["deviceClass"], "lldpXMedRemDeviceClass"))
     for policy in med.get("policies", []):
         put(rows, MED_REM_POLICY, i + app_type_index(policy["appType"]), 2,
             *policy_columns(policy))
@@ -335,14 +345,16 @@ def med_neighbour_rows(rows, i, med):
 
 
 def man_addr_columns(a):
-    return (integer(a.get("ifSubtype", "unknown"), "lldpLocManAddrIfSubtype"), integer(a.get("ifId", 0)),
+    return (integer(a.get("ifSubtype", "unknown"), "lldpLocManAddrIfSubtype"),
+            integer(a.get("ifId", 0)),
             ("OID", parse_oid(a.get("oid", "0.0"))))
 
 
 def neighbour_rows(rows, i, n):
     put(rows, REM, i, 4, integer(n["chassisIdSubtype"], "lldpRemChassisIdSubtype"),
         octets(identifier(n, "chassisId", ("macAddress", 4))),
-        integer(n["portIdSubtype"], "lldpRemPortIdSubtype"), octets(identifier(n, "portId", ("macAddress", 3))),
+        integer(n["portIdSubtype"], "lldpRemPortIdSubtype"),
+        octets(identifier(n, "portId", ("macAddress", 3))),
         *[octets(n.get(k, "")) for k in ("portDesc", "sysName", "sysDesc")],
         bits(n.get("sysCapSupported", []), "lldpRemSysCapSupported", 2),
         bits(n.get("sysCapEnabled", []), "lldpRemSysCapSupported", 2))
@@ -411,14 +423,15 @@ def switch_state():
     to 4094, the largest counters, values in all their spellings, and neighbours with the
     longest strings, the largest index and TLVs of every kind (or none); port 3 has none."""
     interfaces = []
+    tlvs, dot3_tlvs = (named_numbers(o) for o in ("lldpPortConfigTLVsTxEnable",
+                                                  "lldpXdot3PortConfigTLVsTxEnable"))
     for p in [10, 2, 1, 4094, 3, 200, 9, 11]:
         k = p % 4
         interfaces.append({"name": f"Ethernet{p}", "portNum": p, "config": {
             "adminStatus": ["txOnly", 2, "txAndRx", "disabled"][k],
             "notificationEnable": k % 2 == 1, "manAddrTxEnable": p in (1, 10),
-            "tlvsTxEnable": [[], ["portDesc"], ["sysName", 3], list(named_numbers("lldpPortConfigTLVsTxEnable"))][k],
-            "dot3TlvsTxEnable": [[], ["macPhyConfigStatus", 3], list(named_numbers("lldpXdot3PortConfigTLVsTxEnable")),
-                                 [1, 2]][k],
+            "tlvsTxEnable": [[], ["portDesc"], ["sysName", 3], list(tlvs)][k],
+            "dot3TlvsTxEnable": [[], ["macPhyConfigStatus", 3], list(dot3_tlvs), [1, 2]][k],
             "portVlanTxEnable": k == 1}, "local": {
             "portDesc": f"to rack {p}" if k else "", "portVlanId": p if k else 0,
             "linkAggStatus": [[], ["aggCapable"], ["aggCapable", "aggEnabled"], ["enabled"]][k],

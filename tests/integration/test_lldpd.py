@@ -13,18 +13,17 @@ import pytest
 import lldp_lab
 import lldpdu
 from conftest import RW_CONFIG, SYS_UPTIME, daemon_binary, notifications, wait_until
-from mib_rows import (AGEOUTS, DELETES, INSERTS, LAST_CHANGE, MED_LOC_POLICY, MED_REM_CAP,
-                      MED_REM_INVENTORY, MED_REM_LOCATION, MED_REM_PD, MED_REM_POLICY, MED_REM_PSE,
-                      MED_REM_XPOE, PORT_CONFIG, REM, REM_MAN_ADDR, REM_ORG_DEF_INFO,
-                      REM_TABLES_CHANGE, X1_REM, X1_REM_PROTO_VLAN, X1_REM_PROTOCOL,
-                      X1_REM_VLAN_NAME, X3_LOC_POWER, X3_REM_LINK_AGG, X3_REM_MAX_FRAME,
-                      X3_REM_PORT, X3_REM_POWER, app_type_index, entry, location_info,
-                      med_neighbour_rows, neighbour_rows, time_mark, walk_rows)
+from mib_rows import (AGEOUTS, DELETES, INSERTS, LAST_CHANGE, LOC_SYS_NAME, MED_LOC_POLICY,
+                      MED_REM_CAP, MED_REM_INVENTORY, MED_REM_LOCATION, MED_REM_PD,
+                      MED_REM_POLICY, MED_REM_PSE, MED_REM_XPOE, PORT_CONFIG, REM, REM_MAN_ADDR,
+                      REM_ORG_DEF_INFO, REM_TABLES_CHANGE, X1_REM, X1_REM_PROTO_VLAN,
+                      X1_REM_PROTOCOL, X1_REM_VLAN_NAME, X3_LOC_POWER, X3_REM_LINK_AGG,
+                      X3_REM_MAX_FRAME, X3_REM_PORT, X3_REM_POWER, app_type_index, entry,
+                      location_info, med_neighbour_rows, neighbour_rows, time_mark, walk_rows)
 
 REMOTE_TABLES = [REM, REM_MAN_ADDR, REM_ORG_DEF_INFO, X1_REM, X1_REM_PROTO_VLAN,
                  X1_REM_VLAN_NAME, X1_REM_PROTOCOL, X3_REM_PORT, X3_REM_POWER, X3_REM_LINK_AGG,
                  X3_REM_MAX_FRAME]
-LOC_SYS_NAME = (1, 0, 8802, 1, 1, 2, 1, 3, 3, 0)
 COUNTERS = [INSERTS, DELETES, AGEOUTS]
 RICH_MAC = lldpdu.mac("02:00:5e:00:53:01")
 RICH = lldpdu.neighbor(RICH_MAC, "Ethernet7", "rich", extra=[
@@ -414,7 +413,8 @@ def test_med_tlvs_and_the_local_power_and_policies_come_from_lldpd(switch, start
 
     expected = {}
     med_neighbour_rows(expected, (0, eth2, served(daemon, eth2)["phone"]), PHONE_MED)
-    assert without_time_marks(walk_rows(daemon), MED_REMOTE_TABLES) == expected  # the peer's lldpd sent no MED TLV: no rows of it
+    # The peer's lldpd sent no MED TLV: no rows of it.
+    assert without_time_marks(walk_rows(daemon), MED_REMOTE_TABLES) == expected
 
     # The switch's own port: its power via MDI (a PSE, class 3 served as 4, spare pairs) and
     # its voice policy.

@@ -12,6 +12,7 @@ import subprocess
 import pytest
 
 from conftest import REPO, daemon_binary, example_state, tool, wait_until
+from mib_rows import LOC_SYS_NAME
 
 OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]+")
 
@@ -94,7 +95,7 @@ def test_readiness_and_stopping_are_reported_to_systemd(start_daemon, tmp_path):
                               env=dict(os.environ, NOTIFY_SOCKET=str(notify)))
         assert sock.recv(4096) == b"READY=1"
         # Ready means served.
-        assert daemon.get_one((1, 0, 8802, 1, 1, 2, 1, 3, 3, 0)).value == \
+        assert daemon.get_one(LOC_SYS_NAME).value == \
             example_state()["localSystem"]["sysName"].encode()
         assert daemon.stop() == 0
         assert sock.recv(4096) == b"STOPPING=1"

@@ -7,9 +7,8 @@ import os
 import subprocess
 
 from conftest import daemon_binary, wait_until
-from mib_rows import OBJECTS
+from mib_rows import LOC_SYS_NAME
 
-SYS_NAME = OBJECTS + (3, 3, 0)
 NEIGHBOUR = {"index": 1, "chassisIdSubtype": "macAddress", "chassisId": "02:00:00:00:01:01",
              "portIdSubtype": "interfaceName", "portId": "Ethernet49/1", "sysName": "spine1",
              "managementAddresses": [{"subtype": "ipV4", "address": "192.0.2.10"}],
@@ -81,7 +80,7 @@ def with_name(name):
 
 
 def served_name(daemon):
-    return daemon.get_one(SYS_NAME).value
+    return daemon.get_one(LOC_SYS_NAME).value
 
 
 def test_a_named_pipe_at_start_is_refused_at_once(tmp_path):

@@ -136,40 +136,11 @@ TEST(StateValueReaders, OuisAreThreeBytesInAnyOfTheirForms) {
                    "$.oui: 16777216 is out of range (0..16777215)");
 }
 
-TEST(StateDocumentRefusals, NameTheJsonPathOfTheOffendingKey) {
-    const std::string head = R"({"localSystem": {"chassisIdSubtype": "local", "chassisId": "x"},
-        "interfaces": [{"name": "Ethernet1", "portNum": 1}, {"name": "Ethernet2", "portNum": 2,
-        "neighbors": [{"index": 3, "chassisIdSubtype": 7, "chassisId": "c",
-        "portIdSubtype": 7, "portId": "p", )";
-    auto neighbour = [&](const std::string& rest) {
-        return refusal([&] { parseState(head + rest + "}]}]}"); });
-    };
-    const std::string n = "$.interfaces[1].neighbors[0]";
-    EXPECT_EQ(neighbour(R"("sysName": 5)"),
-              n + ".sysName: expected a string or {\"hex\": \"...\"}, found 5");
-    EXPECT_EQ(
-        neighbour(R"("dot1": {"protocols": [{"index": 1, "id": "a"}, {"index": 1, "id": "b"}]})"),
-        n + ".dot1.protocols[1].index: 1 is a duplicate protocol index (each appears once per "
-            "list)");
-    EXPECT_EQ(neighbour(R"("dot3": {"power": {"class": "class9"}})"),
-              n + ".dot3.power.class: unknown name \"class9\"; expected one of: class0, class1, "
-                  "class2, class3, class4 (or a number)");
-    EXPECT_EQ(neighbour(R"("managementAddresses": [{"subtype": -1, "address": "a"}])"),
-              n + ".managementAddresses[0].subtype: -1 is out of range (0..2147483647)");
-    EXPECT_EQ(neighbour(R"("orgDefTlvs": [{"oui": 1, "subtype": 1, "info": "i"}])"),
-              n + ".orgDefTlvs[0]: missing key \"index\"");
-    EXPECT_EQ(neighbour(R"("dot3": {"macPhy": {"autoNegAdvertisedCap": "0x10000"}})"),
-              n + ".dot3.macPhy.autoNegAdvertisedCap: expected a 16-bit number such as 27648 or "
-                  "\"0x6c00\", found the string \"0x10000\"");
-    EXPECT_EQ(refusal([] { parseState(R"({"localSystem": {}, "localSystem": {}})"); }),
-              "$.localSystem: duplicate key (a key may appear once per object)");
-    EXPECT_EQ(refusal([] { parseState("{}"); }), "$: missing key \"localSystem\"");
-}
-
-// Every bounded value one past its bound, every list whose elements must differ, and values of
-// the wrong kind for their key or the keys around them: the refusal names the key (never only
-// its list element), shows the value and says what is allowed.
-TEST(StateDocumentRefusals, BoundedValuesNameTheKeyTheValueAndWhatIsAllowed) {
+// Every bounded value one past its bound, every list whose elements must differ, values of the
+// wrong kind for their key or the keys around them, missing and repeated keys: the refusal
+// names the JSON path of the key (never only its list element), shows the value and says what
+// is allowed.
+TEST(StateDocumentRefusals, NameTheKeyTheValueAndWhatIsAllowed) {
     const std::string local = R"("localSystem": {"chassisIdSubtype": 7, "chassisId": "x")";
     auto withNeighbour = [&](const std::string& fields) {
         return "{" + local + R"(}, "interfaces": [{"name": "e1", "portNum": 1, "neighbors": [
@@ -317,6 +288,25 @@ TEST(StateDocumentRefusals, BoundedValuesNameTheKeyTheValueAndWhatIsAllowed) {
          "line 4, column 3: not valid JSON: syntax error while parsing object key - unexpected "
          "'}'; expected string literal"},
         {"[]", "$: expected an object, found an array"},
+        {withNeighbour(R"("sysName": 5)"),
+         n + ".sysName: expected a string or {\"hex\": \"...\"}, found 5"},
+        {withNeighbour(
+             R"("dot1": {"protocols": [{"index": 1, "id": "a"}, {"index": 1, "id": "b"}]})"),
+         n + ".dot1.protocols[1].index: 1 is a duplicate protocol index (each appears once per "
+             "list)"},
+        {withNeighbour(R"("dot3": {"power": {"class": "class9"}})"),
+         n + ".dot3.power.class: unknown name \"class9\"; expected one of: class0, class1, "
+             "class2, class3, class4 (or a number)"},
+        {withNeighbour(R"("managementAddresses": [{"subtype": -1, "address": "a"}])"),
+         n + ".managementAddresses[0].subtype: -1 is out of range (0..2147483647)"},
+        {withNeighbour(R"("orgDefTlvs": [{"oui": 1, "subtype": 1, "info": "i"}])"),
+         n + ".orgDefTlvs[0]: missing key \"index\""},
+        {withNeighbour(R"("dot3": {"macPhy": {"autoNegAdvertisedCap": "0x10000"}})"),
+         n + ".dot3.macPhy.autoNegAdvertisedCap: expected a 16-bit number such as 27648 or "
+             "\"0x6c00\", found the string \"0x10000\""},
+        {R"({"localSystem": {}, "localSystem": {}})",
+         "$.localSystem: duplicate key (a key may appear once per object)"},
+        {"{}", "$: missing key \"localSystem\""},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(refusal([&] { parseState(c.document); }), c.refusal) << c.document;
