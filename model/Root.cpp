@@ -63,9 +63,9 @@ Root::~Root() {
     detachValueRows(*localLocation_);
 }
 
-void Root::throwEntityRowInUse(const Zim::String8& rowName, const void* current,
+void Root::throwEntityRowInUse(const std::string& rowName, const void* current,
                                const void* wanted) {
-    Zim::throwNameInUseException("Reinstantiating the entity with name " + rowName.str() +
+    Zim::throwNameInUseException("Reinstantiating the entity with name " + rowName +
                                  " where constructor parameter attribute _ptr has a different "
                                  "value of " +
                                  pointerText(wanted) + " than the current value of " +

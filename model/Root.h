@@ -177,11 +177,11 @@ private:
         if (auto* existing = map.find(key)) {
             if ((*existing)->ptr() == ptr)
                 return *existing;
-            throwEntityRowInUse((*existing)->name(), (*existing)->ptr().get(), ptr.get());
+            throwEntityRowInUse((*existing)->keyText(), (*existing)->ptr().get(), ptr.get());
         }
         return newEntityRow<Row>(map, key, ptr);
     }
-    [[noreturn]] static void throwEntityRowInUse(const Zim::String8& rowName, const void* current,
+    [[noreturn]] static void throwEntityRowInUse(const std::string& rowName, const void* current,
                                                  const void* wanted);
 
     mutable Zim::NotifierList<Notifiee> notifiees_;

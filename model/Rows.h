@@ -14,22 +14,24 @@
 
 namespace Lldp::Snmp {
 
-// A row that stands for one agent entity under a key.
+// A row that stands for one agent entity under a key. It has no name of its own: its key names
+// it, and a text of the key in every row of a large table would cost more than the row.
 template <class K, class Agent> class EntityRow : public Zim::Entity {
 public:
     using Key = K;
     using AgentType = Agent;
     EntityRow(const K& key, Zim::Ptr<const Agent> ptr, const char* typeName)
-        : Entity(valueToStrepOf(key)), key_(key), ptr_(std::move(ptr)), typeName_(typeName) {}
+        : Entity(Zim::String8()), key_(key), ptr_(std::move(ptr)), typeName_(typeName) {}
     const char* typeName() const noexcept override { return typeName_; }
     const K& key() const noexcept { return key_; }
     const Zim::Ptr<const Agent>& ptr() const noexcept { return ptr_; }
+    // The key as text, how messages name the row.
+    std::string keyText() const {
+        using Interface::valueToStrep;
+        return valueToStrep(key_);
+    }
 
 private:
-    static std::string valueToStrepOf(const K& key) {
-        using Interface::valueToStrep;
-        return valueToStrep(key);
-    }
     K key_;
     Zim::Ptr<const Agent> ptr_;
     const char* typeName_;

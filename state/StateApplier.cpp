@@ -7,6 +7,7 @@
 #include "platform/zim/Trace.h"
 
 #include <algorithm>
+#include <limits>
 #include <string>
 #include <utility>
 
@@ -165,21 +166,85 @@ double notAfter(const std::optional<double>& time, double now) {
     return time ? std::min(*time, now) : now;
 }
 
-} // namespace
+// Hears whether an update changed anything a neighbour sends; its change time does not count.
+// Every hook but onLastChangeTime says so.
+class AnyChange : public Lldp::RemoteSystem::Notifiee {
+public:
+    bool changed = false;
+    void onChassisIdSubtype() override { changed = true; }
+    void onChassisId() override { changed = true; }
+    void onPortIdSubtype() override { changed = true; }
+    void onPortId() override { changed = true; }
+    void onPortDesc() override { changed = true; }
+    void onSysName() override { changed = true; }
+    void onSysDesc() override { changed = true; }
+    void onSysCapSupported() override { changed = true; }
+    void onSysCapEnabled() override { changed = true; }
+    void onPortVlanId() override { changed = true; }
+    void onMacPhy() override { changed = true; }
+    void onPower() override { changed = true; }
+    void onLinkAggStatus() override { changed = true; }
+    void onLinkAggPortId() override { changed = true; }
+    void onMaxFrameSize() override { changed = true; }
+    void onPortVlanIdTlvReceived() override { changed = true; }
+    void onMacPhyConfigStatusTlvReceived() override { changed = true; }
+    void onPowerViaMdiTlvReceived() override { changed = true; }
+    void onLinkAggregationTlvReceived() override { changed = true; }
+    void onMaximumFrameSizeTlvReceived() override { changed = true; }
+    void onMedCapSupported() override { changed = true; }
+    void onMedCapCurrent() override { changed = true; }
+    void onMedDeviceClass() override { changed = true; }
+    void onMedInventory() override { changed = true; }
+    void onMedPower() override { changed = true; }
+    void onMedCapabilitiesTlvReceived() override { changed = true; }
+    void onMedInventoryTlvReceived() override { changed = true; }
+    void onMedPowerTlvReceived() override { changed = true; }
+    void onManagementAddress(const Lldp::ManagementAddress::Key&) override { changed = true; }
+    void onUnknownTlv(const uint32_t&) override { changed = true; }
+    void onUnknownOrgDefTlv(const Lldp::UnknownOrgDefTlv::Key&) override { changed = true; }
+    void onPortAndProtocolVlan(const Bridging::VlanIdOrNone&) override { changed = true; }
+    void onVlanName(const Bridging::VlanId&) override { changed = true; }
+    void onProtocolIdentityInfo(const int32_t&) override { changed = true; }
+    void onMediaPolicy(const Lldp::PolicyAppType&) override { changed = true; }
+    void onLocation(const int32_t&) override { changed = true; }
+};
 
-namespace {
+// Whether the document states no change time, or the one applied.
+bool sameTime(const NeighborPrint& applied, const NeighborDoc& doc) {
+    return !doc.lastChangeTime || doc.lastChangeTime == applied.lastChangeTime;
+}
 
-// Whether the neighbour sends what it sent before; its stated change time does not count. The
-// fresh document is the one that may be changed for a moment: the applied one may share its
-// strings with the served entities, and is only read.
-bool sendsTheSame(NeighborDoc& fresh, const NeighborDoc& applied) {
-    const auto stated = std::exchange(fresh.lastChangeTime, applied.lastChangeTime);
-    const bool same = fresh == applied;
-    fresh.lastChangeTime = stated;
-    return same;
+NeighborPrint printOf(const NeighborDoc& doc) {
+    return {doc.index, doc.fingerprint, doc.lastChangeTime};
+}
+
+// The interface's own objects, without its neighbours.
+InterfaceDoc ownOf(const InterfaceDoc& doc) {
+    return {doc.name, doc.portNum, doc.config, doc.local, doc.statistics, {}, {}};
+}
+
+bool sameOwn(const InterfaceDoc& a, const InterfaceDoc& b) {
+    return a.config == b.config && a.local == b.local && a.statistics == b.statistics;
 }
 
 } // namespace
+
+bool StateApplier::isApplied(const Ifkit::IntfId& intf, Interface::EthPortId port,
+                             const NeighborDoc& doc) const {
+    auto it = applied_.interfaces.find(intf);
+    if (it == applied_.interfaces.end() || it->second.own.portNum != port) {
+        return false;
+    }
+    const NeighborPrint* print = it->second.neighbor(doc.index);
+    return print && doc.fingerprint != 0 && doc.fingerprint == print->fingerprint &&
+           sameTime(*print, doc);
+}
+
+const NeighborPrint* AppliedState::Interface::neighbor(int32_t index) const {
+    auto it = std::lower_bound(neighbors.begin(), neighbors.end(), index,
+                               [](const NeighborPrint& p, int32_t i) { return p.index < i; });
+    return it != neighbors.end() && it->index == index ? &*it : nullptr;
+}
 
 StatePlan StateApplier::plan(StateDoc next) const {
     StatePlan plan;
@@ -187,7 +252,7 @@ StatePlan StateApplier::plan(StateDoc next) const {
     // interfaces may swap their port numbers.
     for (const auto& [name, old] : applied_.interfaces) {
         auto it = next.interfaces.find(name);
-        if (it == next.interfaces.end() || it->second.portNum != old.portNum) {
+        if (it == next.interfaces.end() || it->second.portNum != old.own.portNum) {
             plan.leaving_.push_back(name);
         }
     }
@@ -198,34 +263,38 @@ StatePlan StateApplier::plan(StateDoc next) const {
     }
     std::sort(byPort.begin(), byPort.end(),
               [](const InterfaceDoc* a, const InterfaceDoc* b) { return a->portNum < b->portNum; });
-    for (InterfaceDoc* intf : byPort) {
+    for (InterfaceDoc* each : byPort) {
+        InterfaceDoc& intf = *each;
         StatePlan::Interface change;
-        change.name = intf->name;
-        auto old = applied_.interfaces.find(intf->name);
-        if (old == applied_.interfaces.end() || old->second.portNum != intf->portNum) {
+        change.name = intf.name;
+        auto old = applied_.interfaces.find(intf.name);
+        if (old == applied_.interfaces.end() || old->second.own.portNum != intf.portNum) {
             change.isNew = true;
-            plan.neighboursToApply_ += intf->neighbors.size();
+            for (const auto& [index, neighbor] : intf.neighbors) {
+                change.added.push_back(index);
+            }
+            plan.neighboursToApply_ += intf.neighbors.size();
             plan.interfaces_.push_back(std::move(change));
             continue;
         }
-        const InterfaceDoc& was = old->second;
-        change.ownChanged = !(was.config == intf->config && was.local == intf->local &&
-                              was.statistics == intf->statistics);
-        for (const auto& [index, neighbor] : was.neighbors) {
-            if (!intf->neighbors.contains(index)) {
-                change.gone.push_back(index);
+        const AppliedState::Interface& was = old->second;
+        change.ownChanged = !sameOwn(was.own, intf);
+        for (const auto& print : was.neighbors) {
+            if (!intf.neighbors.contains(print.index) &&
+                !std::binary_search(intf.unchanged.begin(), intf.unchanged.end(), print.index)) {
+                change.gone.push_back(print.index);
             }
         }
-        // What did not change leaves the new document here; the applied one keeps its own.
-        auto& neighbors = intf->neighbors;
+        // What did not change leaves the new document here.
+        auto& neighbors = intf.neighbors;
         for (auto it = neighbors.begin(); it != neighbors.end();) {
-            auto before = was.neighbors.find(it->first);
-            if (before == was.neighbors.end()) {
+            const NeighborDoc& n = it->second;
+            const NeighborPrint* before = was.neighbor(it->first);
+            if (!before) {
                 change.added.push_back(it->first);
-            } else if (!sendsTheSame(it->second, before->second)) {
+            } else if (n.fingerprint == 0 || n.fingerprint != before->fingerprint) {
                 change.changed.push_back(it->first);
-            } else if (it->second.lastChangeTime &&
-                       it->second.lastChangeTime != before->second.lastChangeTime) {
+            } else if (!sameTime(*before, n)) {
                 change.retimed.push_back(it->first);
             } else {
                 it = neighbors.erase(it);
@@ -233,10 +302,8 @@ StatePlan StateApplier::plan(StateDoc next) const {
             }
             ++it;
         }
-        const size_t count = change.gone.size() + change.added.size() + change.changed.size() +
-                             change.retimed.size();
-        if (count > 0 || change.ownChanged) {
-            plan.neighboursToApply_ += count;
+        if (change.size() > 0 || change.ownChanged) {
+            plan.neighboursToApply_ += change.size();
             plan.interfaces_.push_back(std::move(change));
         }
     }
@@ -245,59 +312,138 @@ StatePlan StateApplier::plan(StateDoc next) const {
 }
 
 ApplySummary StateApplier::apply(StatePlan plan) {
-    Jotlog::BlockTimer timer("StateApplier::apply");
-    const double now = Zim::now();
-    ApplySummary summary;
-    StateDoc& next = plan.next_;
+    begin(std::move(plan));
+    for (;;) {
+        if (auto summary = step(std::numeric_limits<size_t>::max())) {
+            return *summary;
+        }
+    }
+}
 
+void StateApplier::begin(StatePlan plan) {
+    Pending& p = pending_.emplace(Pending{std::move(plan), Zim::now(), {}, 0, 0});
+    const StateDoc& next = p.plan.next_;
     configIs(next.config);
     localSystemIs(next.localSystem);
-    for (const auto& name : plan.leaving_) {
-        const InterfaceDoc& old = applied_.interfaces.at(name);
-        interfaceDel(old);
-        ++summary.interfacesRemoved;
-        summary.neighborsRemoved += old.neighbors.size();
-    }
-    for (const auto& change : plan.interfaces_) {
-        const InterfaceDoc& intf = next.interfaces.at(change.name);
-        if (change.isNew) {
-            newInterface(intf, now);
-            ++summary.interfacesAdded;
-            summary.neighborsAdded += intf.neighbors.size();
-        } else {
-            planned(change, intf, now, summary);
-        }
-    }
-    statusIs(next.status, summary, now);
-
-    // The applied documents of the neighbours that did not change join the new document; what
-    // is left of the old one (the neighbours that went or changed) goes with it.
-    for (const auto& change : plan.interfaces_) {
-        if (change.isNew) {
-            continue;
-        }
-        auto& old = applied_.interfaces.at(change.name).neighbors;
-        for (int32_t index : change.gone) {
-            old.erase(index);
-        }
-    }
-    for (auto& [name, intf] : next.interfaces) {
+    applied_.config = next.config;
+    applied_.localSystem = next.localSystem;
+    for (const auto& name : p.plan.leaving_) {
         auto old = applied_.interfaces.find(name);
-        if (old == applied_.interfaces.end() || old->second.portNum != intf.portNum) {
-            continue;
-        }
-        if (intf.neighbors.empty()) {
-            intf.neighbors.swap(old->second.neighbors);
-        } else {
-            intf.neighbors.merge(old->second.neighbors);
-        }
+        interfaceDel(old->second.own);
+        ++p.summary.interfacesRemoved;
+        p.summary.neighborsRemoved += old->second.neighbors.size();
+        applied_.interfaces.erase(old);
     }
-    applied_ = std::move(next);
+}
+
+std::optional<ApplySummary> StateApplier::step(size_t neighbours) {
+    Jotlog::BlockTimer timer("StateApplier::step");
+    Pending& p = *pending_;
+    const StateDoc& next = p.plan.next_;
+    size_t budget = neighbours;
+    while (p.interface < p.plan.interfaces_.size()) {
+        const auto& change = p.plan.interfaces_[p.interface];
+        const InterfaceDoc& intf = next.interfaces.at(change.name);
+        if (p.done == 0) {
+            if (change.isNew) {
+                newInterface(intf);
+                ++p.summary.interfacesAdded;
+            } else if (change.ownChanged) {
+                interfaceOwnIs(intf);
+            }
+        }
+        // Each neighbour is applied whole within one step, so a request answered between two
+        // steps sees every neighbour either as it was or as it is now.
+        for (; p.done < change.size() && budget > 0; ++p.done, --budget) {
+            plannedNeighbor(change, p.done, intf, p);
+        }
+        if (p.done < change.size()) {
+            return std::nullopt;
+        }
+        interfaceApplied(intf, change.gone);
+        ++p.interface;
+        p.done = 0;
+    }
+    statusIs(next.status, p.summary, p.now);
+    applied_.status = next.status;
+    const ApplySummary summary = p.summary;
+    pending_.reset();
     JOTLOG("state applied: interfaces +"
            << summary.interfacesAdded << " -" << summary.interfacesRemoved << ", neighbours +"
            << summary.neighborsAdded << " -" << summary.neighborsRemoved << " ~"
            << summary.neighborsChanged);
     return summary;
+}
+
+void StateApplier::plannedNeighbor(const StatePlan::Interface& change, size_t i,
+                                   const InterfaceDoc& next, Pending& p) {
+    auto& ps = *interfaces_.at(next.name).portStatus;
+    if (i < change.gone.size()) {
+        const int32_t index = change.gone[i];
+        ZTRACE(trace(), 2, "Removing neighbour " << index << " of " << text(next.name));
+        ps.remoteSystemDel(index);
+        ++p.summary.neighborsRemoved;
+        return;
+    }
+    i -= change.gone.size();
+    const std::vector<int32_t>* lists[] = {&change.added, &change.changed, &change.retimed};
+    for (const auto* list : lists) {
+        if (i < list->size()) {
+            const int32_t index = (*list)[i];
+            const NeighborPrint* was = nullptr;
+            if (auto it = applied_.interfaces.find(next.name); it != applied_.interfaces.end()) {
+                was = it->second.neighbor(index);
+            }
+            neighborIs(ps, next.neighbors.at(index), was, p.now, p.summary);
+            return;
+        }
+        i -= list->size();
+    }
+}
+
+void StateApplier::neighborIs(Lldp::PortStatus& ps, const NeighborDoc& doc,
+                              const NeighborPrint* was, double now, ApplySummary& summary) {
+    const Zim::Ptr<Lldp::RemoteSystem>* existing = ps.remoteSystem().find(doc.index);
+    if (!existing) {
+        ZTRACE(trace(), 2, "Adding neighbour " << doc.index << " of " << Zim::printable(ps.name()));
+        ps.remoteSystemIs(doc.index, newRemoteSystem(doc, ps, now));
+        ++summary.neighborsAdded;
+        return;
+    }
+    // The same neighbour keeps its entity: only what it sends differently is set, and it has
+    // changed when its entity says so.
+    auto& rs = **existing;
+    AnyChange change;
+    change.notifierIs(*existing);
+    fillRemoteSystem(rs, doc);
+    change.notifierIs(nullptr);
+    if (change.changed) {
+        ZTRACE(trace(), 2,
+               "Updated neighbour " << doc.index << " of " << Zim::printable(ps.name()));
+        ++summary.neighborsChanged;
+    }
+    // A time the file gives is set again only when it changed there: a time still to come,
+    // taken as the moment of applying, must not move on every reload.
+    const bool newTime = doc.lastChangeTime && (!was || doc.lastChangeTime != was->lastChangeTime);
+    if (change.changed || newTime) {
+        rs.lastChangeTimeIs(notAfter(doc.lastChangeTime, now));
+    }
+}
+
+void StateApplier::interfaceApplied(const InterfaceDoc& next, const std::vector<int32_t>& gone) {
+    auto& applied = applied_.interfaces[next.name];
+    applied.own = ownOf(next);
+    auto& prints = applied.neighbors;
+    std::erase_if(prints, [&](const NeighborPrint& p) {
+        return next.neighbors.contains(p.index) ||
+               std::find(gone.begin(), gone.end(), p.index) != gone.end();
+    });
+    for (const auto& [index, neighbor] : next.neighbors) {
+        prints.push_back(printOf(neighbor));
+    }
+    std::sort(prints.begin(), prints.end(),
+              [](const NeighborPrint& a, const NeighborPrint& b) { return a.index < b.index; });
+    prints.shrink_to_fit();
 }
 
 ApplySummary StateApplier::interfacesIs(const StateDoc& next,
@@ -316,9 +462,9 @@ ApplySummary StateApplier::interfacesIs(const StateDoc& next,
         auto wanted = next.interfaces.find(name);
         auto old = applied_.interfaces.find(name);
         const bool keeps = wanted != next.interfaces.end() && old != applied_.interfaces.end() &&
-                           wanted->second.portNum == old->second.portNum;
+                           wanted->second.portNum == old->second.own.portNum;
         if (old != applied_.interfaces.end() && !keeps) {
-            interfaceDel(old->second);
+            interfaceDel(old->second.own);
             ++summary.interfacesRemoved;
             summary.neighborsRemoved += old->second.neighbors.size();
             applied_.interfaces.erase(old);
@@ -331,15 +477,30 @@ ApplySummary StateApplier::interfacesIs(const StateDoc& next,
               [](const InterfaceDoc* a, const InterfaceDoc* b) { return a->portNum < b->portNum; });
     for (const InterfaceDoc* intf : arriving) {
         auto old = applied_.interfaces.find(intf->name);
-        if (old != applied_.interfaces.end()) {
-            interfaceIs(old->second, *intf, now, summary);
-            old->second = *intf;
-            continue;
+        std::vector<int32_t> gone;
+        if (old == applied_.interfaces.end()) {
+            newInterface(*intf);
+            ++summary.interfacesAdded;
+        } else {
+            interfaceOwnIs(*intf);
+            for (const auto& print : old->second.neighbors) {
+                if (!intf->neighbors.contains(print.index)) {
+                    gone.push_back(print.index);
+                }
+            }
         }
-        newInterface(*intf, now);
-        ++summary.interfacesAdded;
-        summary.neighborsAdded += intf->neighbors.size();
-        applied_.interfaces.emplace(intf->name, *intf);
+        auto& ps = *interfaces_.at(intf->name).portStatus;
+        for (int32_t index : gone) {
+            ZTRACE(trace(), 2, "Removing neighbour " << index << " of " << text(intf->name));
+            ps.remoteSystemDel(index);
+            ++summary.neighborsRemoved;
+        }
+        const AppliedState::Interface* was =
+            old == applied_.interfaces.end() ? nullptr : &old->second;
+        for (const auto& [index, neighbor] : intf->neighbors) {
+            neighborIs(ps, neighbor, was ? was->neighbor(index) : nullptr, now, summary);
+        }
+        interfaceApplied(*intf, gone);
     }
 
     statusIs(next.status, summary, now);
@@ -419,8 +580,8 @@ StateApplier::newRemoteSystem(const NeighborDoc& doc, Lldp::PortStatus& parent, 
 }
 
 // The entities are complete before they join the agent's collections, and the mirror hears of
-// the interface only once all three are there.
-void StateApplier::newInterface(const InterfaceDoc& doc, double now) {
+// the interface only once all three are there; its neighbours arrive after it.
+void StateApplier::newInterface(const InterfaceDoc& doc) {
     ZTRACE(trace(), 2, "Adding interface " << text(doc.name) << " port " << doc.portNum.value());
     InterfaceEntities e{doc.name, doc.portNum, Zim::makePtr<Lldp::PortConfig>(doc.name.name()),
                         Zim::makePtr<Lldp::PortStatus>(doc.name.name()),
@@ -432,9 +593,6 @@ void StateApplier::newInterface(const InterfaceDoc& doc, double now) {
     localPortKeys().apply(doc.local, *e.localPort);
     fillLocalPortMembers(*e.localPort, *e.portConfig, doc.local);
     statisticsKeys().apply(doc.statistics, *e.portStatus);
-    for (const auto& [index, neighbor] : doc.neighbors) {
-        e.portStatus->remoteSystemIs(index, newRemoteSystem(neighbor, *e.portStatus, now));
-    }
     store_.config()->portConfigIs(doc.name, e.portConfig);
     store_.status()->portStatusIs(doc.name, e.portStatus);
     store_.localSystem()->localPortIs(doc.name, e.localPort);
@@ -458,88 +616,12 @@ void StateApplier::interfaceDel(const InterfaceDoc& doc) {
     interfaces_.erase(doc.name);
 }
 
-void StateApplier::interfaceIs(const InterfaceDoc& old, const InterfaceDoc& next, double now,
-                               ApplySummary& summary) {
-    interfaceOwnIs(next);
-    auto& ps = *interfaces_.at(next.name).portStatus;
-    for (const auto& [index, was] : old.neighbors) {
-        if (next.neighbors.contains(index)) {
-            continue;
-        }
-        ZTRACE(trace(), 2, "Removing neighbour " << index << " of " << text(next.name));
-        ps.remoteSystemDel(index);
-        ++summary.neighborsRemoved;
-    }
-    for (const auto& [index, neighbor] : next.neighbors) {
-        auto was = old.neighbors.find(index);
-        const Zim::Ptr<Lldp::RemoteSystem>* existing = ps.remoteSystem().find(index);
-        if (was == old.neighbors.end() || !existing) {
-            ZTRACE(trace(), 2, "Adding neighbour " << index << " of " << text(next.name));
-            ps.remoteSystemIs(index, newRemoteSystem(neighbor, ps, now));
-            ++summary.neighborsAdded;
-            continue;
-        }
-        // The same neighbour keeps its entity: only what it sends differently is set.
-        bool changed = !was->second.sameAdvertisement(neighbor);
-        auto& rs = **existing;
-        if (changed) {
-            ZTRACE(trace(), 2, "Updating neighbour " << index << " of " << text(next.name));
-            fillRemoteSystem(rs, neighbor);
-            ++summary.neighborsChanged;
-        }
-        // A time the file gives is set again only when it changed there: a time still to come,
-        // taken as the moment of applying, must not move on every reload.
-        const bool newTime =
-            neighbor.lastChangeTime && neighbor.lastChangeTime != was->second.lastChangeTime;
-        if (changed || newTime) {
-            rs.lastChangeTimeIs(notAfter(neighbor.lastChangeTime, now));
-        }
-    }
-}
-
 void StateApplier::interfaceOwnIs(const InterfaceDoc& next) {
     const auto& e = interfaces_.at(next.name);
     portConfigKeys().apply(next.config, *e.portConfig);
     localPortKeys().apply(next.local, *e.localPort);
     fillLocalPortMembers(*e.localPort, *e.portConfig, next.local);
     statisticsKeys().apply(next.statistics, *e.portStatus);
-}
-
-void StateApplier::planned(const StatePlan::Interface& change, const InterfaceDoc& next, double now,
-                           ApplySummary& summary) {
-    if (change.ownChanged) {
-        interfaceOwnIs(next);
-    }
-    auto& ps = *interfaces_.at(next.name).portStatus;
-    for (int32_t index : change.gone) {
-        ZTRACE(trace(), 2, "Removing neighbour " << index << " of " << text(next.name));
-        ps.remoteSystemDel(index);
-        ++summary.neighborsRemoved;
-    }
-    for (int32_t index : change.added) {
-        ZTRACE(trace(), 2, "Adding neighbour " << index << " of " << text(next.name));
-        ps.remoteSystemIs(index, newRemoteSystem(next.neighbors.at(index), ps, now));
-        ++summary.neighborsAdded;
-    }
-    for (int32_t index : change.changed) {
-        const NeighborDoc& neighbor = next.neighbors.at(index);
-        const Zim::Ptr<Lldp::RemoteSystem>* existing = ps.remoteSystem().find(index);
-        if (!existing) {
-            ps.remoteSystemIs(index, newRemoteSystem(neighbor, ps, now));
-            ++summary.neighborsAdded;
-            continue;
-        }
-        // The same neighbour keeps its entity: only what it sends differently is set.
-        ZTRACE(trace(), 2, "Updating neighbour " << index << " of " << text(next.name));
-        fillRemoteSystem(**existing, neighbor);
-        (*existing)->lastChangeTimeIs(notAfter(neighbor.lastChangeTime, now));
-        ++summary.neighborsChanged;
-    }
-    for (int32_t index : change.retimed) {
-        if (const auto* existing = ps.remoteSystem().find(index)) {
-            (*existing)->lastChangeTimeIs(notAfter(next.neighbors.at(index).lastChangeTime, now));
-        }
-    }
 }
 
 // The counters move before the change time, so that whoever reacts to the time (the

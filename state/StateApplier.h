@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <vector>
 
 namespace LldpSnmpd {
@@ -49,11 +50,33 @@ struct ApplySummary {
     }
 };
 
+// What the applier keeps of a neighbour it applied, to tell whether the next document changes
+// it: the print of the JSON it was read from (0: none, compared on the entity instead) and the
+// change time the document stated.
+struct NeighborPrint {
+    int32_t index = 0;
+    uint64_t fingerprint = 0;
+    std::optional<double> lastChangeTime;
+};
+
+// The applied state: every object but the neighbours, which are kept as prints.
+struct AppliedState {
+    struct Interface {
+        InterfaceDoc own;                     // its neighbours left out
+        std::vector<NeighborPrint> neighbors; // by index
+        const NeighborPrint* neighbor(int32_t index) const;
+    };
+    ConfigDoc config;
+    StatusDoc status;
+    LocalSystemDoc localSystem;
+    std::map<Ifkit::IntfId, Interface> interfaces;
+};
+
 // What a document changes against the applied one: which interfaces go, and for each interface
-// with anything to apply, which neighbours go, arrive, change what they send or only their
-// stated change time. Made by StateApplier::plan() off the event loop; the documents of
-// neighbours that did not change are dropped from it there, so the loop applies only the
-// difference and keeps the documents it already holds for the rest.
+// with anything to apply, which neighbours go, arrive, may send something else (their print
+// differs) or only state another change time. Made by StateApplier::plan() off the event loop;
+// the documents of neighbours that did not change are dropped from it there, so the loop
+// applies only the difference.
 class StatePlan {
 public:
     size_t neighboursToApply() const noexcept { return neighboursToApply_; }
@@ -66,8 +89,11 @@ private:
         bool ownChanged = false; // its configuration, local port or statistics differ
         std::vector<int32_t> gone;
         std::vector<int32_t> added;
-        std::vector<int32_t> changed; // sends something else
+        std::vector<int32_t> changed; // may send something else
         std::vector<int32_t> retimed; // sends the same; only its stated change time differs
+        size_t size() const noexcept {
+            return gone.size() + added.size() + changed.size() + retimed.size();
+        }
     };
     StateDoc next_;
     std::vector<Ifkit::IntfId> leaving_; // interfaces that go or change their port number
@@ -84,39 +110,69 @@ public:
     // Null until the mirror exists; interfaces applied before are handed over by the caller.
     void glueIs(MirrorGlue* glue) noexcept { glue_ = glue; }
 
-    // Compares next with the applied document. Reads only the applier's own document, never the
-    // served entities, so it may run on another thread as long as nothing is applied meanwhile.
+    // Compares next with the applied state. Reads only what the applier keeps, never the served
+    // entities, so it may run on another thread as long as nothing is applied meanwhile.
     StatePlan plan(StateDoc next) const;
-    // Applies what the plan found, and makes its document the applied one.
+    // Whether that neighbour is applied just as doc has it (same print, no other stated change
+    // time), so a reader may leave it out of the next document. Reads as plan() does.
+    bool isApplied(const Ifkit::IntfId& intf, Interface::EthPortId port,
+                   const NeighborDoc& doc) const;
+    // Applies what the plan found at once, and makes its state the applied one.
     ApplySummary apply(StatePlan plan);
     ApplySummary stateIs(StateDoc next) { return apply(plan(std::move(next))); }
+
+    // The same in slices, so that the loop answers between them: begin() applies the agent's
+    // configuration and local system and takes away the interfaces that go; each step() then
+    // applies up to `neighbours` more neighbours, each one whole, and returns the summary once
+    // all is applied. Nothing else may be applied or planned until then.
+    void begin(StatePlan plan);
+    std::optional<ApplySummary> step(size_t neighbours);
+    bool applying() const noexcept { return pending_.has_value(); }
+    // Gives up the plan being applied (after a fault of ours): what was applied stays, and the
+    // next plan compares against what is known to be applied.
+    void abandon() noexcept { pending_.reset(); }
+
     // As stateIs, for a source that knows which interfaces changed: only those named are
     // compared (added, changed or removed as next has them); the others stay as applied.
     ApplySummary interfacesIs(const StateDoc& next, const std::vector<Ifkit::IntfId>& changed);
 
     // The interfaces now applied, in port-number order.
     std::vector<InterfaceEntities> interfacesByPort() const;
-    const StateDoc& applied() const noexcept { return applied_; }
+    const AppliedState& applied() const noexcept { return applied_; }
 
 private:
+    // A plan being applied, and how far.
+    struct Pending {
+        StatePlan plan;
+        double now = 0;
+        ApplySummary summary;
+        size_t interface = 0; // in plan.interfaces_
+        size_t done = 0;      // of that interface's neighbours
+    };
+
     void configIs(const ConfigDoc& doc);
     void localSystemIs(const LocalSystemDoc& doc);
     void localManagementAddressesIs(const LocalSystemDoc& doc);
-    void newInterface(const InterfaceDoc& doc, double now);
+    void newInterface(const InterfaceDoc& doc);
     void interfaceDel(const InterfaceDoc& doc);
-    void interfaceIs(const InterfaceDoc& old, const InterfaceDoc& next, double now,
-                     ApplySummary& summary);
     void interfaceOwnIs(const InterfaceDoc& next);
-    void planned(const StatePlan::Interface& change, const InterfaceDoc& next, double now,
-                 ApplySummary& summary);
+    // The i-th neighbour of the change, in the order gone, added, changed, retimed.
+    void plannedNeighbor(const StatePlan::Interface& change, size_t i, const InterfaceDoc& next,
+                         Pending& pending);
+    // Keeps the interface's own objects and its neighbours' prints as next has them.
+    void interfaceApplied(const InterfaceDoc& next, const std::vector<int32_t>& gone);
+    // Updates (or makes) the neighbour's entity; counts it as changed when it is.
+    void neighborIs(Lldp::PortStatus& ps, const NeighborDoc& doc, const NeighborPrint* was,
+                    double now, ApplySummary& summary);
     Zim::Ptr<Lldp::RemoteSystem> newRemoteSystem(const NeighborDoc& doc, Lldp::PortStatus& parent,
                                                  double now) const;
     void statusIs(const StatusDoc& doc, const ApplySummary& summary, double now);
 
     const StateStore& store_;
     MirrorGlue* glue_ = nullptr;
-    StateDoc applied_;
+    AppliedState applied_;
     std::map<Ifkit::IntfId, InterfaceEntities> interfaces_;
+    std::optional<Pending> pending_;
 };
 
 } // namespace LldpSnmpd

@@ -4,15 +4,6 @@
 
 namespace LldpSnmpd {
 
-bool NeighborDoc::sameAdvertisement(const NeighborDoc& other) const {
-    if (lastChangeTime == other.lastChangeTime) {
-        return *this == other;
-    }
-    NeighborDoc copy = *this;
-    copy.lastChangeTime = other.lastChangeTime;
-    return copy == other;
-}
-
 std::vector<const InterfaceDoc*> StateDoc::interfacesByPort() const {
     std::vector<const InterfaceDoc*> out;
     out.reserve(interfaces.size());

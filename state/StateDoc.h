@@ -57,10 +57,11 @@ struct NeighborDoc {
     std::optional<LinkAggDoc> linkAgg;
     std::optional<int32_t> maxFrameSize;
     std::optional<NeighborMedDoc> med;
+    // A hash of the JSON object the neighbour was read from, its change time left out: two
+    // readings of the same object give the same print. 0 when it was not read from JSON.
+    uint64_t fingerprint = 0;
 
     friend bool operator==(const NeighborDoc&, const NeighborDoc&) = default;
-    // Whether the neighbour still sends the same; its change time does not count.
-    bool sameAdvertisement(const NeighborDoc& other) const;
 };
 
 struct PortConfigDoc {
@@ -120,6 +121,9 @@ struct InterfaceDoc {
     LocalPortDoc local;
     StatisticsDoc statistics;
     std::map<int32_t, NeighborDoc> neighbors; // by index
+    // Neighbours the reader found applied just as the file has them, by index: the document
+    // does not hold them.
+    std::vector<int32_t> unchanged;
 };
 
 struct LocalManAddrDoc {

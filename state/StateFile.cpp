@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
@@ -59,7 +60,9 @@ StateFile::~StateFile() {
 StateFile::Reading StateFile::readFile() const {
     Reading reading;
     try {
-        reading.plan = applier_.plan(loadStateFile(path_));
+        reading.plan = applier_.plan(loadStateFile(
+            path_, [this](const Ifkit::IntfId& intf, Interface::EthPortId port,
+                          const NeighborDoc& n) { return applier_.isApplied(intf, port, n); }));
     } catch (const StateError& e) {
         reading.refusal = e.path() + ": " + e.reason();
     } catch (const std::exception& e) {
@@ -80,9 +83,7 @@ bool StateFile::apply(Reading reading) {
         return false;
     }
     try {
-        auto summary = applier_.apply(std::move(*reading.plan));
-        everApplied_ = true;
-        logInfo("applied state file " + path_ + ": " + describe(summary));
+        logApplied(applier_.apply(std::move(*reading.plan)));
         return true;
     } catch (const std::exception& e) {
         // The document was checked, so this is a fault of ours; say so rather than stop serving.
@@ -91,12 +92,20 @@ bool StateFile::apply(Reading reading) {
     }
 }
 
+void StateFile::logApplied(const ApplySummary& summary) {
+    // The documents of what was applied are gone, scattered among what is served: their pages
+    // go back to the system rather than stay resident.
+    malloc_trim(0);
+    everApplied_ = true;
+    logInfo("applied state file " + path_ + ": " + describe(summary));
+}
+
 bool StateFile::load() {
     return apply(readFile());
 }
 
 void StateFile::reload() {
-    if (worker_.joinable()) {
+    if (worker_.joinable() || applier_.applying()) {
         again_ = true;
         return;
     }
@@ -110,16 +119,58 @@ void StateFile::reload() {
 
 void StateFile::onLoaded() {
     uint64_t count = 0;
-    if (::read(loadedFd_, &count, sizeof count) < 0 || !worker_.joinable()) {
+    if (::read(loadedFd_, &count, sizeof count) < 0) {
         return;
     }
-    worker_.join();
-    apply(std::move(done_));
-    done_ = {};
-    if (again_) {
+    if (worker_.joinable()) {
+        worker_.join();
+        Reading reading = std::move(done_);
+        done_ = {};
+        if (!reading.plan) {
+            apply(std::move(reading));
+        } else {
+            try {
+                applier_.begin(std::move(*reading.plan));
+            } catch (const std::exception& e) {
+                logError("applying state file " + path_ + " failed: " + e.what());
+                applier_.abandon();
+            }
+        }
+    }
+    if (applier_.applying()) {
+        applySlice();
+    }
+    if (!worker_.joinable() && !applier_.applying() && again_) {
         again_ = false;
         reload();
     }
+}
+
+namespace {
+// How long one slice of a large difference may hold the loop, and how many neighbours are
+// applied between two looks at the clock.
+constexpr auto sliceTime = std::chrono::milliseconds(5);
+constexpr size_t neighboursBetweenLooks = 16;
+} // namespace
+
+void StateFile::applySlice() {
+    const auto until = std::chrono::steady_clock::now() + sliceTime;
+    try {
+        do {
+            if (auto summary = applier_.step(neighboursBetweenLooks)) {
+                logApplied(*summary);
+                return;
+            }
+        } while (std::chrono::steady_clock::now() < until);
+    } catch (const std::exception& e) {
+        // The document was checked, so this is a fault of ours; say so rather than stop serving.
+        logError("applying state file " + path_ + " failed: " + e.what());
+        applier_.abandon();
+        return;
+    }
+    // The rest after the loop has answered what waits: the descriptor stays readable.
+    const uint64_t one = 1;
+    [[maybe_unused]] auto n = write(loadedFd_, &one, sizeof one);
 }
 
 namespace {

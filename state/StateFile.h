@@ -5,9 +5,10 @@
 // folder of the file it resolves to is watched too. A file that does not parse or validate is
 // refused whole and the state already served stays as it is.
 //
-// Reloads read and check the file on a worker thread, and compare it there with the document
+// Reloads read and check the file on a worker thread, and compare it there with the state
 // applied before, so that SNMP requests are answered meanwhile; the loop applies only the
-// difference when the worker is done.
+// difference when the worker is done, a large one in slices of a few milliseconds with requests
+// answered between them.
 #include "state/StateApplier.h"
 #include "state/StateParser.h"
 
@@ -58,8 +59,11 @@ private:
     Reading readFile() const;
     bool apply(Reading reading);
     void onFileEvents();
-    // Applies (or logs the refusal of) what the worker read.
+    // Starts applying (or logs the refusal of) what the worker read, then goes on slice by
+    // slice, coming back through the loop between slices.
     void onLoaded();
+    void applySlice();
+    void logApplied(const ApplySummary& summary);
 
     std::string path_;
     Watch own_;
@@ -71,7 +75,7 @@ private:
     bool everApplied_ = false;
     std::thread worker_;
     Reading done_;       // written by the worker, read after it is joined
-    bool again_ = false; // a reload was asked for while the worker ran
+    bool again_ = false; // a reload was asked for while the worker ran or a plan applied
 };
 
 } // namespace LldpSnmpd

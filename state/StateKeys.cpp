@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 namespace LldpSnmpd {
 
@@ -17,7 +18,7 @@ struct ManAddrItem {
     Zim::String8 address;
     int32_t ifSubtype = 1; // unknown
     int32_t ifId = 0;
-    Zim::String8 oid{"0.0"};
+    Zim::String8 oid = sharedText("0.0");
     uint32_t priority = 0;
 
     Lldp::ManagementAddress value() const {
@@ -547,6 +548,27 @@ const Section<NeighborDoc, Lldp::RemoteSystem>& neighborKeys() {
     return s;
 }
 
+namespace {
+
+thread_local StreamedNeighbors* streamedNeighbors = nullptr;
+
+std::vector<StreamedNeighbor>* streamedList(const std::string& path) {
+    if (!streamedNeighbors) {
+        return nullptr;
+    }
+    auto it = streamedNeighbors->find(path);
+    return it == streamedNeighbors->end() ? nullptr : &it->second;
+}
+
+} // namespace
+
+StreamedNeighborsScope::StreamedNeighborsScope(StreamedNeighbors& streamed)
+    : previous_(std::exchange(streamedNeighbors, &streamed)) {}
+
+StreamedNeighborsScope::~StreamedNeighborsScope() {
+    streamedNeighbors = previous_;
+}
+
 const Section<InterfaceDoc>& interfaceKeys() {
     using D = InterfaceDoc;
     static const auto s = [] {
@@ -568,13 +590,35 @@ const Section<InterfaceDoc>& interfaceKeys() {
                     "lldpStatsTxPortTable, lldpStatsRxPortTable", byDefault("all 0"))
             .custom(listInfo("neighbors", neighborKeys(), "lldpRemTable and its extensions"),
                     [](const Json& j, const std::string& path, D& doc) {
-                        readList(j, path, neighborKeys(), [&](NeighborDoc n, auto& p) {
+                        std::set<int32_t> unchanged;
+                        auto duplicate = [](int32_t index, const std::string& p) {
+                            failDuplicate(child(p, "index"), std::to_string(index),
+                                          "neighbour index", "each appears once per interface");
+                        };
+                        auto insert = [&](NeighborDoc n, const std::string& p) {
                             auto index = n.index;
-                            if (!doc.neighbors.emplace(index, std::move(n)).second) {
-                                failDuplicate(child(p, "index"), std::to_string(index),
-                                              "neighbour index", "each appears once per interface");
+                            if (unchanged.contains(index) ||
+                                !doc.neighbors.emplace(index, std::move(n)).second) {
+                                duplicate(index, p);
                             }
-                        });
+                        };
+                        if (auto* streamed = streamedList(path)) {
+                            for (auto& n : *streamed) {
+                                if (n.refusal) {
+                                    throw *n.refusal;
+                                }
+                                if (n.doc) {
+                                    insert(std::move(*n.doc), n.path);
+                                    n.doc.reset();
+                                } else if (doc.neighbors.contains(n.index) ||
+                                           !unchanged.insert(n.index).second) {
+                                    duplicate(n.index, n.path);
+                                }
+                            }
+                            doc.unchanged.assign(unchanged.begin(), unchanged.end());
+                            return;
+                        }
+                        readList(j, path, neighborKeys(), insert);
                     });
         return keys;
     }();

@@ -11,6 +11,10 @@
 #include "platform/lldp/RemoteSystem.h"
 #include "platform/lldp/Status.h"
 
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace LldpSnmpd {
@@ -29,6 +33,31 @@ const Section<StateDoc>& stateKeys();
 // port; name is how the documentation refers to the object.
 Section<Lldp::MacPhyConfigStatusInfo> macPhySection(std::string name);
 Section<Lldp::PowerViaMdiInfo> powerSection(std::string name);
+
+// A neighbour read as soon as the parser had its object, so that the parse tree never holds
+// every neighbour at once: its document, or why it was refused, kept until the interface's
+// list is read so that refusals come in the same order as from a whole tree.
+struct StreamedNeighbor {
+    std::string path;
+    int32_t index = 0;
+    std::unique_ptr<NeighborDoc> doc; // none: refused, or applied as it is
+    std::optional<StateError> refusal;
+};
+// By the JSON path of the interface's list ("$.interfaces[2].neighbors").
+using StreamedNeighbors = std::unordered_map<std::string, std::vector<StreamedNeighbor>>;
+
+// While one lives, the neighbour lists read on this thread come from `streamed` (a list found
+// there replaces the tree's, which the parser left empty).
+class StreamedNeighborsScope {
+public:
+    explicit StreamedNeighborsScope(StreamedNeighbors& streamed);
+    ~StreamedNeighborsScope();
+    StreamedNeighborsScope(const StreamedNeighborsScope&) = delete;
+    StreamedNeighborsScope& operator=(const StreamedNeighborsScope&) = delete;
+
+private:
+    StreamedNeighbors* previous_;
+};
 
 // Every section, the document first, in the order the documentation shows them.
 std::vector<const SectionInfo*> allSections();

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <set>
 
 namespace LldpSnmpd {
@@ -21,15 +22,38 @@ StateError::StateError(std::string path, std::string reason)
 
 namespace {
 
-// Where the parser stands, so that a duplicate key can be named by its path.
-class DuplicateKeyFinder {
+// A hash of a neighbour's object as parsed (keys in order, values in one spelling), its change
+// time left out.
+uint64_t fingerprint(const Json& neighbor) {
+    std::string canonical;
+    if (neighbor.is_object()) {
+        for (const auto& [key, value] : neighbor.items()) {
+            if (key != "lastChangeTime") {
+                canonical.append(key).push_back('\0');
+                canonical.append(value.dump()).push_back('\0');
+            }
+        }
+    }
+    return std::hash<std::string_view>()(canonical);
+}
+
+// Watches the parser: checks depth, string sizes and duplicate keys, knowing where it stands to
+// name the place, and reads each neighbour as soon as its object is complete, leaving it out of
+// the tree, so that the tree holds one neighbour at a time.
+class TreeWatcher {
 public:
+    TreeWatcher(StreamedNeighbors& streamed, const AppliedNeighbor& applied)
+        : streamed_(streamed), applied_(applied) {}
+
     bool operator()(int, Json::parse_event_t event, const Json& parsed) {
         using E = Json::parse_event_t;
         switch (event) {
         case E::object_start:
         case E::array_start:
             stepInArray();
+            if (frames_.size() == interfaceDepth) {
+                interface_ = {};
+            }
             if (frames_.size() >= maxStateDepth) {
                 throw StateError(path(), "nested deeper than the " + std::to_string(maxStateDepth) +
                                              " levels allowed");
@@ -37,11 +61,18 @@ public:
             frames_.push_back({event == E::array_start, {}, 0, {}});
             break;
         case E::object_end:
-        case E::array_end:
+        case E::array_end: {
+            const bool keep = !(frames_.size() == neighborDepth + 1 && inNeighborList());
+            if (!keep) {
+                frames_.pop_back();
+                readNeighbor(parsed);
+                return false;
+            }
             if (!frames_.empty()) {
                 frames_.pop_back();
             }
             break;
+        }
         case E::key:
             if (!frames_.empty()) {
                 auto& top = frames_.back();
@@ -57,6 +88,11 @@ public:
                 checkString(parsed.get_ref<const std::string&>());
             }
             stepInArray();
+            noteInterface(parsed);
+            if (frames_.size() == neighborDepth && inNeighborList()) {
+                readNeighbor(parsed);
+                return false;
+            }
             break;
         }
         return true;
@@ -71,6 +107,56 @@ private:
         size_t next; // index of the next element of an array
         std::set<std::string> keys;
     };
+    // $ {interfaces: [ here
+    static constexpr size_t interfaceDepth = 2;
+    // $ {interfaces: [ {neighbors: [ here
+    static constexpr size_t neighborDepth = 4;
+    // The name and port number of the interface being read, once read (before its neighbours,
+    // as files are written, or not at all).
+    struct InterfaceSeen {
+        std::optional<Ifkit::IntfId> name;
+        std::optional<Interface::EthPortId> port;
+    };
+    void noteInterface(const Json& value) {
+        if (frames_.size() != interfaceDepth + 1 || frames_[0].isArray ||
+            frames_[0].key != "interfaces" || !frames_[1].isArray || frames_[2].isArray) {
+            return;
+        }
+        if (frames_[2].key == "name" && value.is_string() &&
+            !value.get_ref<const std::string&>().empty()) {
+            interface_.name = Ifkit::IntfId(Zim::String8(value.get_ref<const std::string&>()));
+        } else if (frames_[2].key == "portNum" && value.is_number_unsigned() &&
+                   value.get<uint64_t>() <= Interface::EthPortId::max) {
+            interface_.port = Interface::EthPortId(static_cast<uint16_t>(value.get<uint64_t>()));
+        }
+    }
+    bool inNeighborList() const {
+        return frames_.size() >= neighborDepth && !frames_[0].isArray &&
+               frames_[0].key == "interfaces" && frames_[1].isArray && !frames_[2].isArray &&
+               frames_[2].key == "neighbors" && frames_[3].isArray;
+    }
+    // The element just completed in the neighbour list on top of the frames. A refusal is kept
+    // for its turn; once a duplicate key is seen the file is refused for that, so nothing more
+    // is read.
+    void readNeighbor(const Json& parsed) {
+        const std::string list =
+            child(element(child("$", "interfaces"), frames_[1].next - 1), "neighbors");
+        StreamedNeighbor n{element(list, frames_[3].next - 1), 0, {}, {}};
+        if (duplicate_.empty()) {
+            try {
+                n.doc = std::make_unique<NeighborDoc>(neighborKeys().read(parsed, n.path));
+                n.doc->fingerprint = fingerprint(parsed);
+                n.index = n.doc->index;
+            } catch (const StateError& e) {
+                n.refusal = e;
+            }
+        }
+        if (n.doc && applied_ && interface_.name && interface_.port &&
+            applied_(*interface_.name, *interface_.port, *n.doc)) {
+            n.doc.reset();
+        }
+        streamed_[list].push_back(std::move(n));
+    }
     void checkString(const std::string& text) const {
         if (text.size() > maxStateString) {
             throw StateError(path(true), quotedText(text) + " has " + std::to_string(text.size()) +
@@ -96,6 +182,9 @@ private:
 
     std::vector<Frame> frames_;
     std::string duplicate_;
+    StreamedNeighbors& streamed_;
+    const AppliedNeighbor& applied_;
+    InterfaceSeen interface_;
 };
 
 std::string lineAndColumn(std::string_view text, size_t byte) {
@@ -150,10 +239,12 @@ private:
 
 namespace {
 
-// The JSON tree of the text, checked for duplicate keys, depth and string sizes.
-Json parseTree(std::string_view text) {
+// The JSON tree of the text, checked for duplicate keys, depth and string sizes; the
+// neighbours are read into `streamed` as they come and left out of the tree.
+Json parseTree(std::string_view text, StreamedNeighbors& streamed,
+               const AppliedNeighbor& applied = {}) {
     Json j;
-    DuplicateKeyFinder finder;
+    TreeWatcher finder(streamed, applied);
     try {
         j = Json::parse(text.begin(), text.end(), std::ref(finder));
     } catch (const Json::parse_error& e) {
@@ -186,10 +277,14 @@ Json parseTree(std::string_view text) {
 } // namespace
 
 StateDoc parseState(std::string_view text) {
-    return stateKeys().read(parseTree(text), "$");
+    SharedTexts shared;
+    StreamedNeighbors streamed;
+    const Json tree = parseTree(text, streamed);
+    StreamedNeighborsScope scope(streamed);
+    return stateKeys().read(tree, "$");
 }
 
-StateDoc loadStateFile(const std::string& fileName) {
+StateDoc loadStateFile(const std::string& fileName, const AppliedNeighbor& applied) {
     // Non-blocking, so that a named pipe put at the path is refused rather than waited on.
     UniqueFd fd(open(fileName.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (fd.get() < 0) {
@@ -234,8 +329,11 @@ StateDoc loadStateFile(const std::string& fileName) {
     }
     text.resize(used);
     // The text goes before the tree is read into a document: the three are never whole at once.
-    Json tree = parseTree(text);
+    SharedTexts shared;
+    StreamedNeighbors streamed;
+    Json tree = parseTree(text, streamed, applied);
     std::string().swap(text);
+    StreamedNeighborsScope scope(streamed);
     return stateKeys().read(tree, "$");
 }
 

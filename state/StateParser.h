@@ -5,6 +5,7 @@
 #include "state/StateDoc.h"
 
 #include <cstddef>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -30,8 +31,13 @@ inline constexpr size_t maxStateString = 64 * 1024;
 
 // Throws StateError.
 StateDoc parseState(std::string_view text);
+// Whether a neighbour of the interface with this name and port number is applied just as it is
+// read; the reader then leaves it out of the document (InterfaceDoc::unchanged).
+using AppliedNeighbor =
+    std::function<bool(const Ifkit::IntfId&, Interface::EthPortId, const NeighborDoc&)>;
+
 // Reads and parses a regular file (after links); anything else, or an unreadable or too
 // large file, is a StateError too (path "$"). Never blocks on a named pipe.
-StateDoc loadStateFile(const std::string& fileName);
+StateDoc loadStateFile(const std::string& fileName, const AppliedNeighbor& applied = {});
 
 } // namespace LldpSnmpd

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cmath>
 #include <limits>
+#include <unordered_set>
 
 namespace LldpSnmpd {
 
@@ -235,10 +236,55 @@ std::string hexBytes(std::string_view text, const std::string& path) {
 
 } // namespace
 
+namespace {
+
+struct TextHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view text) const noexcept {
+        return std::hash<std::string_view>()(text);
+    }
+    size_t operator()(const Zim::String8& text) const noexcept { return (*this)(text.view()); }
+};
+struct TextEqual {
+    using is_transparent = void;
+    bool operator()(const Zim::String8& a, const Zim::String8& b) const noexcept { return a == b; }
+    bool operator()(const Zim::String8& a, std::string_view b) const noexcept {
+        return a.view() == b;
+    }
+    bool operator()(std::string_view a, const Zim::String8& b) const noexcept {
+        return a == b.view();
+    }
+};
+
+thread_local SharedTexts* sharedTexts = nullptr;
+
+} // namespace
+
+struct SharedTexts::Set : std::unordered_set<Zim::String8, TextHash, TextEqual> {};
+
+SharedTexts::SharedTexts() : set_(std::make_unique<Set>()), previous_(sharedTexts) {
+    sharedTexts = this;
+}
+
+SharedTexts::~SharedTexts() {
+    sharedTexts = previous_;
+}
+
+Zim::String8 sharedText(std::string_view bytes) {
+    if (!sharedTexts) {
+        return Zim::String8(bytes);
+    }
+    auto& set = *sharedTexts->set_;
+    if (auto it = set.find(bytes); it != set.end()) {
+        return *it;
+    }
+    return *set.emplace(bytes).first;
+}
+
 // An octet string: a JSON string is its UTF-8 bytes, {"hex": "0a0b"} raw bytes.
 Zim::String8 readOctets(const Json& j, const std::string& path) {
     if (j.is_string()) {
-        return Zim::String8(j.get_ref<const std::string&>());
+        return sharedText(j.get_ref<const std::string&>());
     }
     if (j.is_object()) {
         Object o(j, path, {"hex"});
@@ -365,7 +411,7 @@ Zim::String8 readOid(const Json& j, const std::string& path) {
     if (arcs[1] > 0xffffffffULL - 80) {
         fail(path, describe(j) + " cannot be sent: under 2 the second number is 0..4294967215");
     }
-    return Zim::String8(text);
+    return sharedText(text);
 }
 
 // "00-12-bb", "00:12:bb", {"hex": "0012bb"} or a number.

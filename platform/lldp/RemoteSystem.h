@@ -4,7 +4,7 @@
 #include "platform/lldp/Values.h"
 #include "platform/zim/Attribute.h"
 #include "platform/zim/Entity.h"
-#include "platform/zim/HashMap.h"
+#include "platform/zim/FlatMap.h"
 #include "platform/zim/Reactor.h"
 
 namespace Lldp {
@@ -94,17 +94,17 @@ private:
     ZIM_ATTRIBUTE(bool, medCapabilitiesTlvReceived, MedCapabilitiesTlvReceived)
     ZIM_ATTRIBUTE(bool, medInventoryTlvReceived, MedInventoryTlvReceived)
     ZIM_ATTRIBUTE(bool, medPowerTlvReceived, MedPowerTlvReceived)
-    ZIM_HASHED_COLLECTION(ManagementAddress::Key, ManagementAddress, managementAddress,
-                          ManagementAddress)
-    ZIM_HASHED_COLLECTION(uint32_t, UnknownTlv, unknownTlv, UnknownTlv)
-    ZIM_HASHED_COLLECTION(UnknownOrgDefTlv::Key, UnknownOrgDefTlv, unknownOrgDefTlv,
-                          UnknownOrgDefTlv)
-    ZIM_HASHED_COLLECTION(Bridging::VlanIdOrNone, PortAndProtocolVlan, portAndProtocolVlan,
-                          PortAndProtocolVlan)
-    ZIM_HASHED_COLLECTION(Bridging::VlanId, VlanName, vlanName, VlanName)
-    ZIM_HASHED_COLLECTION(int32_t, ProtocolIdentityInfo, protocolIdentityInfo, ProtocolIdentityInfo)
-    ZIM_HASHED_COLLECTION(PolicyAppType, MediaPolicy, mediaPolicy, MediaPolicy)
-    ZIM_HASHED_COLLECTION(int32_t, MedLocation, location, Location)
+    ZIM_SMALL_COLLECTION(ManagementAddress::Key, ManagementAddress, managementAddress,
+                         ManagementAddress)
+    ZIM_SMALL_COLLECTION(uint32_t, UnknownTlv, unknownTlv, UnknownTlv)
+    ZIM_SMALL_COLLECTION(UnknownOrgDefTlv::Key, UnknownOrgDefTlv, unknownOrgDefTlv,
+                         UnknownOrgDefTlv)
+    ZIM_SMALL_COLLECTION(Bridging::VlanIdOrNone, PortAndProtocolVlan, portAndProtocolVlan,
+                         PortAndProtocolVlan)
+    ZIM_SMALL_COLLECTION(Bridging::VlanId, VlanName, vlanName, VlanName)
+    ZIM_SMALL_COLLECTION(int32_t, ProtocolIdentityInfo, protocolIdentityInfo, ProtocolIdentityInfo)
+    ZIM_SMALL_COLLECTION(PolicyAppType, MediaPolicy, mediaPolicy, MediaPolicy)
+    ZIM_SMALL_COLLECTION(int32_t, MedLocation, location, Location)
 
 protected:
     // Counted: deleted by its last Ptr, never on the stack.

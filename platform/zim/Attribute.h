@@ -35,3 +35,22 @@ public:                                                                         
                                                                                                    \
 private:                                                                                           \
     ::Zim::HashMap<Key, Value> name##_;
+
+// The same for a collection of a few members per entity (a neighbour's sub-tables), kept in one
+// sorted array.
+#define ZIM_SMALL_COLLECTION(Key, Value, name, Name)                                               \
+public:                                                                                            \
+    const ::Zim::FlatMap<Key, Value>& name() const noexcept {                                      \
+        return name##_;                                                                            \
+    }                                                                                              \
+    void name##Is(const Key& key, const Value& value) {                                            \
+        if (name##_.set(key, value))                                                               \
+            notifiees_.notify([&](Notifiee& n) { n.on##Name(key); });                              \
+    }                                                                                              \
+    void name##Del(const Key& key) {                                                               \
+        if (name##_.erase(key))                                                                    \
+            notifiees_.notify([&](Notifiee& n) { n.on##Name(key); });                              \
+    }                                                                                              \
+                                                                                                   \
+private:                                                                                           \
+    ::Zim::FlatMap<Key, Value> name##_;

@@ -9,7 +9,7 @@
 #include <concepts>
 #include <cstdint>
 #include <functional>
-#include <map>
+#include <set>
 
 namespace Zim {
 
@@ -26,7 +26,16 @@ public:
     };
 
 private:
-    using Tree = std::map<K, Ptr<Entry>, Compare>;
+    // The entries ordered by their own key, so that a large table keeps each key once.
+    struct ByKey {
+        using is_transparent = void;
+        bool operator()(const Ptr<Entry>& a, const Ptr<Entry>& b) const {
+            return Compare()(a->key, b->key);
+        }
+        bool operator()(const Ptr<Entry>& a, const K& b) const { return Compare()(a->key, b); }
+        bool operator()(const K& a, const Ptr<Entry>& b) const { return Compare()(a, b->key); }
+    };
+    using Tree = std::set<Ptr<Entry>, ByKey>;
 
 public:
     class ConstIterator {
@@ -66,7 +75,7 @@ public:
             : map_(map), seen_(map->modifications_), pos_(pos) {
             settle();
         }
-        void settle() { entry_ = pos_ == map_->tree_.end() ? Ptr<Entry>() : pos_->second; }
+        void settle() { entry_ = pos_ == map_->tree_.end() ? Ptr<Entry>() : *pos_; }
 
         Ptr<const OrderedMap> map_;
         Ptr<Entry> entry_;
@@ -83,25 +92,25 @@ public:
 
     const V* find(const K& key) const {
         auto it = tree_.find(key);
-        return it == tree_.end() ? nullptr : &it->second->value;
+        return it == tree_.end() ? nullptr : &(*it)->value;
     }
     V* find(const K& key) {
         auto it = tree_.find(key);
-        return it == tree_.end() ? nullptr : &it->second->value;
+        return it == tree_.end() ? nullptr : &(*it)->value;
     }
 
     // Inserts, or overwrites the value of an existing key in place (iterators standing on it
     // see the new value). Returns whether anything changed; the change hook runs only then.
     bool set(const K& key, V value) {
         auto it = tree_.lower_bound(key);
-        if (it != tree_.end() && !tree_.key_comp()(key, it->first)) {
+        if (it != tree_.end() && !Compare()(key, (*it)->key)) {
             if constexpr (std::equality_comparable<V>) {
-                if (it->second->value == value)
+                if ((*it)->value == value)
                     return false;
             }
-            it->second->value = std::move(value);
+            (*it)->value = std::move(value);
         } else {
-            tree_.emplace_hint(it, key, makePtr<Entry>(key, std::move(value)));
+            tree_.emplace_hint(it, makePtr<Entry>(key, std::move(value)));
             ++modifications_;
         }
         changed(key);
@@ -120,7 +129,7 @@ public:
 
     void clear() {
         while (!tree_.empty())
-            erase(K(tree_.begin()->first)); // a copy: erase frees the node
+            erase(K((*tree_.begin())->key)); // a copy: erase frees the entry
     }
 
     ConstIterator begin() const { return ConstIterator(this, tree_.begin()); }
@@ -138,8 +147,8 @@ public:
 
     // Plain, uncounted iteration for code that does not change the map while it walks.
     template <class F> void forEach(F&& f) const {
-        for (const auto& [key, entry] : tree_)
-            f(key, entry->value);
+        for (const auto& entry : tree_)
+            f(entry->key, entry->value);
     }
 
     void onChangeIs(ChangeHook hook) { onChange_ = std::move(hook); }

@@ -18,9 +18,9 @@ public:
     String8(const void* data, size_t size)
         : String8(std::string_view(static_cast<const char*>(data), size)) {}
 
-    size_t size() const noexcept { return rep_ ? rep_->bytes.size() : 0; }
+    size_t size() const noexcept { return rep_ ? rep_->size : 0; }
     bool empty() const noexcept { return size() == 0; }
-    const char* data() const noexcept { return rep_ ? rep_->bytes.data() : ""; }
+    const char* data() const noexcept { return rep_ ? rep_->bytes() : ""; }
     std::string_view view() const noexcept { return {data(), size()}; }
     std::string str() const { return std::string(view()); }
     const unsigned char* bytes() const noexcept {
@@ -36,13 +36,17 @@ public:
     friend std::ostream& operator<<(std::ostream& os, const String8& s) { return os << s.view(); }
 
 private:
+    // The count, the size and the bytes in one allocation: the bytes follow the header.
     struct Rep : PtrInterface {
-        explicit Rep(std::string_view b) : bytes(b) {}
-        const std::string bytes;
+        static Ptr<const Rep> make(std::string_view bytes);
+        const char* bytes() const noexcept { return reinterpret_cast<const char*>(this + 1); }
+        const size_t size;
 
     protected:
+        explicit Rep(size_t n) : size(n) {}
         // Counted: deleted by its last Ptr, never on the stack.
         ~Rep() override = default;
+        void onZeroReferences() const noexcept override;
     };
     Ptr<const Rep> rep_;
 };

@@ -169,6 +169,48 @@ def test_changes_in_the_state_file_show_in_the_next_walk(start_daemon):
         port_list([1, 5, 10, 4094])
 
 
+def test_a_reload_of_many_neighbours_shows_each_row_whole_to_requests_meanwhile(start_daemon):
+    """A large difference is applied in slices with requests answered between them; each
+    neighbour is applied whole, so a GETBULK of several columns never sees one of its columns
+    old and another new."""
+    def state(generation):
+        return {"localSystem": {"chassisIdSubtype": "local", "chassisId": "leaf"},
+                "interfaces": [{"name": f"Ethernet{p}", "portNum": p, "neighbors": [
+                    {"index": i, "chassisIdSubtype": "local", "chassisId": f"n{p}-{i}",
+                     "portIdSubtype": "local", "portId": "p", "sysName": f"{generation}{i}",
+                     "sysDesc": f"{generation}{i}", "portDesc": f"{generation}{i}"}
+                    for i in range(1, 751)]} for p in range(1, 5)]}
+
+    daemon = start_daemon(state("old"))
+    columns = [REM + (1, c) for c in (8, 9, 10)]  # portDesc, sysName, sysDesc
+    start = daemon.log().count("applied state file")
+    daemon.rewrite(state("new"))
+    passes, applied_at = 0, None
+    while applied_at is None or passes <= applied_at:
+        at, generations, seen = columns, set(), 0
+        while True:
+            proc = daemon.run("snmpbulkget", *at, flags=EXACT + ("-Cn0", "-Cr25"))
+            assert proc.returncode == 0, proc.stderr
+            varbinds = parse_output(proc.stdout)
+            rows = [varbinds[i:i + 3] for i in range(0, len(varbinds), 3)]
+            rows = [r for r in rows if r[0].oid[:len(columns[0])] == columns[0]]
+            for row in rows:
+                index = {v.oid[len(columns[0]):] for v in row}
+                assert len(index) == 1, row  # one row in each repetition
+                values = {v.value for v in row}
+                assert len(values) == 1, f"a neighbour seen half changed: {row}"
+                generations.add(row[0].value.rstrip(b"0123456789"))
+            seen += len(rows)
+            if len(rows) < 25:
+                break
+            at = [c + rows[-1][0].oid[len(columns[0]):] for c in columns]
+        passes += 1
+        if applied_at is None and daemon.log().count("applied state file") > start:
+            applied_at = passes
+    # The last pass began once all was applied.
+    assert (generations, seen) == ({b"new"}, 3000)
+
+
 def test_walk_while_interfaces_go_away(start_daemon):
     """Rows removed under a running walk neither end it early nor send it back (snmpwalk
     refuses an OID that does not increase)."""

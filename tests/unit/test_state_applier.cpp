@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <optional>
 #include <string>
 
 namespace {
@@ -23,10 +26,14 @@ std::string neighbour(int index, const std::string& sysName) {
            sysName + R"(", "unknownTlvs": [{"type": 9, "info": "i"}]})";
 }
 
-StateDoc state(const std::string& neighbours, const std::string& more = "") {
-    return parseState("{" + local + R"(, "interfaces": [{"name": "Ethernet1", "portNum": 1,
+std::string stateFile(const std::string& neighbours, const std::string& more = "") {
+    return "{" + local + R"(, "interfaces": [{"name": "Ethernet1", "portNum": 1,
         "neighbors": [)" +
-                      neighbours + "]}" + more + "]}");
+           neighbours + "]}" + more + "]}";
+}
+
+StateDoc state(const std::string& neighbours, const std::string& more = "") {
+    return parseState(stateFile(neighbours, more));
 }
 
 // Counts every change a neighbour's entity announces.
@@ -122,9 +129,9 @@ TEST_F(StateApplierTest, CountersGivenByTheDocumentWinAndCountingGoesOnFromThem)
     EXPECT_EQ(store.config()->txDelay(), 2);
 }
 
-// A reload is planned off the loop against the applied document: the plan holds only what
-// changed, and once applied the applied document still describes every neighbour served.
-TEST_F(StateApplierTest, APlanHoldsOnlyTheDifferenceAndTheAppliedDocumentStaysWhole) {
+// A reload is planned off the loop against the applied state: the plan holds only what
+// changed, and once applied a print of every neighbour served is kept.
+TEST_F(StateApplierTest, APlanHoldsOnlyTheDifferenceAndEveryServedNeighbourKeepsAPrint) {
     applier.stateIs(state(neighbour(1, "a") + "," + neighbour(2, "b") + "," + neighbour(3, "c") +
                           "," + neighbour(4, "d")));
     ChangeCounter untouched;
@@ -139,13 +146,12 @@ TEST_F(StateApplierTest, APlanHoldsOnlyTheDifferenceAndTheAppliedDocumentStaysWh
     EXPECT_EQ(summary.neighborsAdded, 1u);
     EXPECT_EQ(untouched.changes, 0);
 
-    const auto& kept = applier.applied().interfaces.begin()->second.neighbors;
-    ASSERT_EQ(kept.size(), 4u);
-    EXPECT_EQ(kept.at(1).sysName.str(), "a");
-    EXPECT_EQ(kept.at(2).sysName.str(), "b2");
-    EXPECT_FALSE(kept.contains(3));
-    EXPECT_EQ(kept.at(5).sysName.str(), "e");
+    const auto& kept = applier.applied().interfaces.begin()->second;
+    ASSERT_EQ(kept.neighbors.size(), 4u);
+    EXPECT_TRUE(kept.neighbor(1) && kept.neighbor(2) && kept.neighbor(4) && kept.neighbor(5));
+    EXPECT_FALSE(kept.neighbor(3));
     EXPECT_EQ(remote(2)->sysName().str(), "b2");
+    EXPECT_EQ(remote(5)->sysName().str(), "e");
     EXPECT_FALSE(remote(3));
 
     // Compared with the document it now holds, the same state is no change at all.
@@ -215,6 +221,109 @@ TEST_F(StateApplierTest, ChangeTimesStillToComeAreTakenAsTheMomentOfApplying) {
     EXPECT_EQ(store.status()->remTablesLastChangeTime(), 1000.0);
     applier.stateIs(doc("spine2"));
     EXPECT_EQ(remote(1)->lastChangeTime(), 2000.0);
+}
+
+// The same neighbour written another way (a subtype by name instead of number, keys in another
+// order) reads to another print but sends the same: it is not a change, and its time stays.
+TEST_F(StateApplierTest, TheSameNeighbourWrittenAnotherWayIsNoChange) {
+    applier.stateIs(state(neighbour(1, "spine1")));
+    ChangeCounter counter;
+    counter.notifierIs(remote(1));
+    Zim::nowIs(2000.0);
+    auto respelt = state(R"({"sysName": "spine1", "portId": "p", "portIdSubtype": "local",
+        "chassisId": "c", "chassisIdSubtype": "local", "index": 1,
+        "unknownTlvs": [{"info": "i", "type": 9}]})");
+    auto plan = applier.plan(respelt);
+    EXPECT_EQ(plan.neighboursToApply(), 1u); // another print: compared on the entity
+    auto summary = applier.apply(std::move(plan));
+    EXPECT_EQ(summary.neighborsChanged, 0u);
+    EXPECT_EQ(counter.changes, 0);
+    EXPECT_EQ(store.status()->remTablesLastChangeTime(), 1000.0);
+    // Its new print is kept: the same spelling again is not even compared.
+    EXPECT_EQ(applier.plan(respelt).neighboursToApply(), 0u);
+}
+
+// A large difference is applied in steps; between two steps every neighbour is either all as it
+// was or all as it is now, and the remote tables' counters and change time move once, at the end.
+TEST_F(StateApplierTest, ALargeDifferenceAppliesInStepsEachNeighbourWhole) {
+    auto described = [](const std::string& generation, int count) {
+        std::string list;
+        for (int i = 1; i <= count; ++i) {
+            auto n = neighbour(i, generation + std::to_string(i));
+            n.insert(n.size() - 1, R"(, "sysDesc": ")" + generation + std::to_string(i) + "\"");
+            list += (i > 1 ? "," : "") + n;
+        }
+        return list;
+    };
+    applier.stateIs(state(described("old", 20)));
+    Zim::nowIs(2000.0);
+    applier.begin(applier.plan(state(described("new", 20), R"(, {"name": "Ethernet2",
+        "portNum": 2, "neighbors": [)" + neighbour(1, "added") +
+                                                               "]}")));
+    int steps = 0;
+    bool sawBoth = false;
+    std::optional<ApplySummary> summary;
+    while (!(summary = applier.step(3))) {
+        ++steps;
+        ASSERT_TRUE(applier.applying());
+        int changed = 0;
+        for (int i = 1; i <= 20; ++i) {
+            auto rs = remote(i);
+            ASSERT_TRUE(rs);
+            EXPECT_EQ(rs->sysName(), rs->sysDesc()) << "neighbour " << i << " after step " << steps;
+            changed += rs->sysName().str().starts_with("new");
+        }
+        sawBoth = sawBoth || (changed > 0 && changed < 20);
+        EXPECT_EQ(store.status()->remTablesLastChangeTime(), 1000.0);
+    }
+    EXPECT_EQ(steps, 6); // 21 neighbours, 3 a step: the seventh ends it
+    EXPECT_TRUE(sawBoth);
+    EXPECT_FALSE(applier.applying());
+    EXPECT_EQ(summary->neighborsChanged, 20u);
+    EXPECT_EQ(summary->neighborsAdded, 1u);
+    EXPECT_EQ(summary->interfacesAdded, 1u);
+    EXPECT_EQ(store.status()->remTablesInserts(), 21u);
+    EXPECT_EQ(store.status()->remTablesLastChangeTime(), 2000.0);
+    EXPECT_EQ(applier
+                  .plan(state(described("new", 20), R"(, {"name": "Ethernet2",
+        "portNum": 2, "neighbors": [)" + neighbour(1, "added") +
+                                                        "]}"))
+                  .neighboursToApply(),
+              0u);
+}
+
+// Reading a file beside the applied state leaves out the neighbours applied just as the file has
+// them: the document read holds only what may change, and the plan keeps the rest served.
+TEST_F(StateApplierTest, NeighboursAppliedAsTheFileHasThemAreLeftOutOfTheDocumentRead) {
+    const auto path = std::filesystem::path(testing::TempDir()) / "applied-neighbours.json";
+    auto read = [&](const std::string& text) {
+        std::ofstream(path) << text;
+        return loadStateFile(
+            path.string(), [&](const Ifkit::IntfId& intf, Interface::EthPortId port,
+                               const NeighborDoc& n) { return applier.isApplied(intf, port, n); });
+    };
+    applier.stateIs(read(stateFile(neighbour(1, "a") + "," + neighbour(2, "b"))));
+    auto untouched = remote(1);
+
+    auto next =
+        read(stateFile(neighbour(1, "a") + "," + neighbour(2, "b2") + "," + neighbour(3, "c")));
+    const auto& intf = next.interfaces.begin()->second;
+    EXPECT_EQ(intf.neighbors.size(), 2u);
+    EXPECT_EQ(intf.unchanged, std::vector<int32_t>{1});
+    auto summary = applier.stateIs(std::move(next));
+    EXPECT_EQ(summary.neighborsChanged + summary.neighborsAdded + summary.neighborsRemoved, 2u);
+    EXPECT_EQ(remote(1), untouched);
+    EXPECT_EQ(remote(2)->sysName().str(), "b2");
+    EXPECT_EQ(applier.applied().interfaces.begin()->second.neighbors.size(), 3u);
+
+    // An index left out as applied still counts once per interface.
+    try {
+        read(stateFile(neighbour(1, "a") + "," + neighbour(1, "a")));
+        FAIL() << "a duplicate index was accepted";
+    } catch (const StateError& e) {
+        EXPECT_EQ(e.path(), "$.interfaces[0].neighbors[1].index");
+    }
+    std::filesystem::remove(path);
 }
 
 } // namespace
