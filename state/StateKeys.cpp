@@ -608,11 +608,11 @@ const Section<InterfaceDoc>& interfaceKeys() {
                                     throw *n.refusal;
                                 }
                                 if (n.doc) {
-                                    insert(std::move(*n.doc), n.path);
+                                    insert(std::move(*n.doc), element(path, n.element));
                                     n.doc.reset();
                                 } else if (doc.neighbors.contains(n.index) ||
                                            !unchanged.insert(n.index).second) {
-                                    duplicate(n.index, n.path);
+                                    duplicate(n.index, element(path, n.element));
                                 }
                             }
                             doc.unchanged.assign(unchanged.begin(), unchanged.end());

@@ -38,10 +38,10 @@ Section<Lldp::PowerViaMdiInfo> powerSection(std::string name);
 // every neighbour at once: its document, or why it was refused, kept until the interface's
 // list is read so that refusals come in the same order as from a whole tree.
 struct StreamedNeighbor {
-    std::string path;
+    size_t element = 0; // in the list
     int32_t index = 0;
     std::unique_ptr<NeighborDoc> doc; // none: refused, or applied as it is
-    std::optional<StateError> refusal;
+    std::unique_ptr<StateError> refusal;
 };
 // By the JSON path of the interface's list ("$.interfaces[2].neighbors").
 using StreamedNeighbors = std::unordered_map<std::string, std::vector<StreamedNeighbor>>;

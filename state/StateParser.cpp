@@ -141,14 +141,15 @@ private:
     void readNeighbor(const Json& parsed) {
         const std::string list =
             child(element(child("$", "interfaces"), frames_[1].next - 1), "neighbors");
-        StreamedNeighbor n{element(list, frames_[3].next - 1), 0, {}, {}};
+        StreamedNeighbor n{frames_[3].next - 1, 0, {}, {}};
         if (duplicate_.empty()) {
             try {
-                n.doc = std::make_unique<NeighborDoc>(neighborKeys().read(parsed, n.path));
+                n.doc = std::make_unique<NeighborDoc>(
+                    neighborKeys().read(parsed, element(list, n.element)));
                 n.doc->fingerprint = fingerprint(parsed);
                 n.index = n.doc->index;
             } catch (const StateError& e) {
-                n.refusal = e;
+                n.refusal = std::make_unique<StateError>(e);
             }
         }
         if (n.doc && applied_ && interface_.name && interface_.port &&
