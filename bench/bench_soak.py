@@ -265,6 +265,7 @@ def soak(daemon, workdir, neighbours=1000, ports=48, duration=60.0, walkers=4, s
         result["daemon_exit"] = agent.poll()
         result["rss_end_kb"] = rss_kb(agent.pid) or rss[-1]
         result["rss_max_kb"] = max(r for r in rss + [result["rss_end_kb"]] if r)
+        result["rss_kb"] = rss  # a sample a second, from the start of the churn
         result["elapsed"] = elapsed
         result["rewrites"] = churn.rewrites
         result["walks"] = sum(w.walks for w in walking)

@@ -53,7 +53,8 @@ public:
     void stop();
 
     bool isSubagent() const noexcept { return options_.agentx; }
-    // In the AgentX role, logs once when the master goes away and once when it is back.
+    // In the AgentX role, after each round of the event loop: registers the subtrees waiting
+    // for the master, and logs once when the master goes away and once when it is back.
     void watchMasterConnection();
     // In the AgentX role, closes the session with the master before the modules unregister.
     void detachFromMaster();

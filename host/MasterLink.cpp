@@ -14,6 +14,7 @@
 
 #include <net-snmp/agent/agent_callbacks.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -21,6 +22,10 @@
 extern "C" {
 extern netsnmp_session* main_session;
 void agentx_unregister_callbacks(netsnmp_session* session);
+int agentx_registration_callback(int major, int minor, void* parameters, void* session);
+int agentx_register(netsnmp_session* session, oid* name, size_t length, int priority,
+                    int rangeSubid, oid rangeUbound, int timeout, u_char flags,
+                    const char* context);
 }
 
 namespace LldpSnmpd {
@@ -43,27 +48,73 @@ std::string seconds(double value) {
     return text;
 }
 
+std::string dotted(const std::vector<oid>& name) {
+    std::string text;
+    for (const oid arc : name) {
+        text += (text.empty() ? "" : ".") + std::to_string(arc);
+    }
+    return text;
+}
+
 int pingInterval() {
     return netsnmp_ds_get_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL);
 }
 
 } // namespace
 
+struct MasterLink::Registration {
+    std::vector<oid> name;
+    int priority;
+    int rangeSubid;
+    oid rangeUbound;
+    int timeout;
+    u_char flags;
+    std::optional<std::string> context; // none: the default context
+
+    explicit Registration(const register_parameters& p)
+        : name(p.name, p.name + p.namelen), priority(p.priority), rangeSubid(p.range_subid),
+          rangeUbound(p.range_ubound), timeout(p.timeout), flags(p.flags) {
+        if (p.contextName) {
+            context = p.contextName;
+        }
+    }
+
+    bool sameSubtree(const register_parameters& p) const {
+        return std::equal(name.begin(), name.end(), p.name, p.name + p.namelen) &&
+               context ==
+                   (p.contextName ? std::optional<std::string>(p.contextName) : std::nullopt);
+    }
+};
+
 MasterLink::MasterLink(std::string socketName) : socketName_(std::move(socketName)) {
-    snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, sessionOpened,
-                           this);
-    snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP, sessionClosed,
-                           this);
-    following_ = true;
+    follow(true);
 }
 
 MasterLink::~MasterLink() {
-    if (following_) {
-        snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START,
-                                 sessionOpened, this, 1);
-        snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP,
-                                 sessionClosed, this, 1);
+    follow(false);
+}
+
+void MasterLink::follow(bool on) {
+    struct Entry {
+        int minor;
+        SNMPCallback* callback;
+    };
+    static constexpr Entry entries[] = {{SNMPD_CALLBACK_INDEX_START, sessionOpened},
+                                        {SNMPD_CALLBACK_INDEX_STOP, sessionClosed},
+                                        {SNMPD_CALLBACK_REGISTER_OID, subtreeRegistered},
+                                        {SNMPD_CALLBACK_UNREGISTER_OID, subtreeUnregistered}};
+    if (on == following_) {
+        return;
     }
+    for (const Entry& entry : entries) {
+        if (on) {
+            snmp_register_callback(SNMP_CALLBACK_APPLICATION, entry.minor, entry.callback, this);
+        } else {
+            snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, entry.minor, entry.callback, this,
+                                     1);
+        }
+    }
+    following_ = on;
 }
 
 int MasterLink::sessionOpened(int, int, void* session, void* self) {
@@ -73,6 +124,26 @@ int MasterLink::sessionOpened(int, int, void* session, void* self) {
 
 int MasterLink::sessionClosed(int, int, void*, void* self) {
     static_cast<MasterLink*>(self)->onSessionClosed();
+    return SNMPERR_SUCCESS;
+}
+
+int MasterLink::subtreeRegistered(int, int, void* parameters, void* self) {
+    auto* link = static_cast<MasterLink*>(self);
+    // Without a session the subtree is registered when one opens, as net-snmp re-registers
+    // every subtree then.
+    if (link->open_ && parameters) {
+        link->queued_.emplace_back(*static_cast<const register_parameters*>(parameters));
+    }
+    return SNMPERR_SUCCESS;
+}
+
+int MasterLink::subtreeUnregistered(int, int, void* parameters, void* self) {
+    // A subtree gone before its turn never reaches the master.
+    if (parameters) {
+        const auto& subtree = *static_cast<const register_parameters*>(parameters);
+        std::erase_if(static_cast<MasterLink*>(self)->queued_,
+                      [&](const Registration& queued) { return queued.sameSubtree(subtree); });
+    }
     return SNMPERR_SUCCESS;
 }
 
@@ -86,9 +157,14 @@ int MasterLink::pingAnswered(int op, netsnmp_session*, int, netsnmp_pdu* pdu, vo
 void MasterLink::onSessionOpened(netsnmp_session* session) {
     open_ = true;
     openedThisRound_ = true;
+    queued_.clear();
     if (!session) {
         return;
     }
+    // The subtrees are registered from registerQueued() rather than from net-snmp's callback,
+    // which would wait for the master inside the list it takes apart when the master goes.
+    snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_REGISTER_OID,
+                             agentx_registration_callback, session->myvoid, 1);
     // Every AgentX response carries the master's sysUpTime; a ping is the least to ask for one.
     // It is answered before the registrations that follow on the same session.
     netsnmp_pdu* ping = snmp_pdu_create(agentxPing);
@@ -101,10 +177,13 @@ void MasterLink::onSessionOpened(netsnmp_session* session) {
 }
 
 void MasterLink::onSessionClosed() {
+    // net-snmp marks every subtree unregistered: the next session registers them all again.
+    queued_.clear();
     if (!open_) {
         return;
     }
     open_ = false;
+    openedThisRound_ = false;
     if (!lostAt_) {
         lostAt_ = Clock::now();
     }
@@ -126,7 +205,31 @@ void MasterLink::onMasterUptime(long ticks) {
             " s; time stamps count from its start, as its sysUpTime does");
 }
 
+void MasterLink::registerQueued() {
+    netsnmp_session* const session = main_session;
+    std::vector<Registration> round;
+    round.swap(queued_);
+    for (Registration& subtree : round) {
+        // A master lost during a registration closes the session (onSessionClosed): the rest
+        // waits for the next one.
+        if (!open_ || main_session != session) {
+            return;
+        }
+        const char* context = subtree.context ? subtree.context->c_str() : nullptr;
+        if (agentx_register(session, subtree.name.data(), subtree.name.size(), subtree.priority,
+                            subtree.rangeSubid, subtree.rangeUbound, subtree.timeout, subtree.flags,
+                            context) != 1 &&
+            open_ && main_session == session) {
+            logWarning("AgentX: the master agent at " + socketName_ + " did not take the subtree " +
+                       dotted(subtree.name));
+        }
+    }
+}
+
 void MasterLink::watch() {
+    if (open_) {
+        registerQueued();
+    }
     if (openedThisRound_) {
         openedThisRound_ = false;
         if (lostAt_) {
@@ -146,13 +249,8 @@ void MasterLink::watch() {
 }
 
 void MasterLink::detach() {
-    if (following_) {
-        snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START,
-                                 sessionOpened, this, 1);
-        snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP,
-                                 sessionClosed, this, 1);
-        following_ = false;
-    }
+    follow(false);
+    queued_.clear();
     netsnmp_session* session = main_session;
     if (!session) {
         return;

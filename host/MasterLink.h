@@ -8,11 +8,19 @@
 // Log: one line when the master is lost and one when the modules are registered again, with how
 // long the LLDP MIBs were unreachable (net-snmp's own lines say neither).
 //
+// Registration: net-snmp registers each subtree with the master from inside its list of
+// registration callbacks, and waits there for the master's answer. A master that goes away during
+// that wait makes net-snmp take the list apart from inside it: a 100 ms stall and an assertion,
+// and every subtree after it marked registered though the master never saw it (after the next
+// reconnection those stay unreachable). The subtrees are queued instead and registered after each
+// round of the event loop, outside every callback.
+//
 // Stop: the session is closed before the modules unregister, so that unregistering never waits
 // on a master that may be stopping at the same moment.
 #include <chrono>
 #include <optional>
 #include <string>
+#include <vector>
 
 struct snmp_session;
 struct snmp_pdu;
@@ -27,7 +35,8 @@ public:
     MasterLink(const MasterLink&) = delete;
     MasterLink& operator=(const MasterLink&) = delete;
 
-    // After each round of the event loop: logs what changed since the last round.
+    // After each round of the event loop: registers the queued subtrees with the master and logs
+    // what changed since the last round.
     void watch();
     // Closes the session with the master (without waiting for its answer) and stops following
     // it; the modules then unregister locally.
@@ -36,15 +45,23 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    // One subtree to register with the master, as net-snmp's registry hands it over.
+    struct Registration;
+
+    void follow(bool on);
     void onSessionOpened(snmp_session* session);
     void onSessionClosed();
     void onMasterUptime(long ticks);
+    void registerQueued();
 
     static int sessionOpened(int, int, void* session, void* self);
     static int sessionClosed(int, int, void* session, void* self);
+    static int subtreeRegistered(int, int, void* parameters, void* self);
+    static int subtreeUnregistered(int, int, void* parameters, void* self);
     static int pingAnswered(int op, snmp_session* session, int reqid, snmp_pdu* pdu, void* self);
 
     std::string socketName_;
+    std::vector<Registration> queued_; // for the open session, oldest first
     bool following_ = false;
     bool open_ = false;           // a session with the master is open
     bool reported_ = false;       // any line logged yet

@@ -266,13 +266,31 @@ def stop(proc, sig=signal.SIGTERM):
 
 
 # What AddressSanitizer, LeakSanitizer and UndefinedBehaviorSanitizer write when they find a
-# fault, in a daemon built with them (scripts/test.sh runs this suite against such a build).
-SANITIZER_REPORT = re.compile(r"ERROR: (?:Address|Leak)Sanitizer|runtime error: |"
-                              r"SUMMARY: \w+Sanitizer")
+# fault, in a daemon built with them (scripts/test.sh runs this suite against such a build): a
+# report opens with its ERROR or runtime error line and closes with its SUMMARY line.
+SANITIZER_REPORT = re.compile(r"ERROR: (?:Address|Leak)Sanitizer|runtime error: ")
+SANITIZER_SUMMARY = re.compile(r"SUMMARY: \w+Sanitizer")
 
 
 def sanitizer_reports(text):
-    return [line for line in text.splitlines() if SANITIZER_REPORT.search(line)]
+    """Each sanitizer report in a program's output, whole (its stacks included), so that a
+    failing test quotes what was found and where."""
+    reports, report = [], None
+    for line in text.splitlines():
+        if report is None and (SANITIZER_REPORT.search(line) or SANITIZER_SUMMARY.search(line)):
+            report = []
+        if report is not None:
+            report.append(line)
+            if SANITIZER_SUMMARY.search(line) or len(report) >= 200:
+                reports.append("\n".join(report))
+                report = None
+    if report:
+        reports.append("\n".join(report))
+    return reports
+
+
+def quoted(reports):
+    return "sanitizer report:\n" + "\n\n".join(reports)
 
 
 def _daemons(folder):
@@ -287,7 +305,8 @@ def _daemons(folder):
     # Every daemon stops on SIGTERM and exits 0 by itself: a shutdown fault fails the test.
     codes = [(d, d.stop()) for d in started]
     for daemon, code in codes:
-        assert not sanitizer_reports(daemon.log()), f"sanitizer report:\n{daemon.log()}"
+        reports = sanitizer_reports(daemon.log())
+        assert not reports, quoted(reports)
         assert code == 0, f"lldp-snmpd stopped with {code}:\n{daemon.log()}"
 
 
@@ -339,18 +358,24 @@ class Background:
         return self.proc and stop(self.proc)
 
 
+def asan_runtime(program):
+    """The AddressSanitizer runtime a program or library is linked with, or None."""
+    linked = subprocess.run(["ldd", program], capture_output=True, text=True).stdout
+    runtime = re.search(r"libasan\.so\S* => (\S+)", linked)
+    return runtime.group(1) if runtime else None
+
+
 def sanitizer_preload(library):
     """The environment in which a program built without the sanitizers can load a library
     built with them: AddressSanitizer's runtime must be the first library of the process. None
     for a library built without them."""
-    linked = subprocess.run(["ldd", library], capture_output=True, text=True).stdout
-    runtime = re.search(r"libasan\.so\S* => (\S+)", linked)
+    runtime = asan_runtime(library)
     if not runtime:
         return None
     # The host's own allocations still held at exit are its own business: leaks are checked
     # in lldp-snmpd, which runs the same plug-in code.
     options = os.environ.get("ASAN_OPTIONS", "")
-    return {"LD_PRELOAD": runtime.group(1),
+    return {"LD_PRELOAD": runtime,
             "ASAN_OPTIONS": ":".join(filter(None, [options, "detect_leaks=0"]))}
 
 
@@ -381,7 +406,8 @@ def start_plugin_snmpd(tmp_path):
     yield start
     for snmpd in started:
         code = snmpd.stop()
-        assert not sanitizer_reports(snmpd.stderr()), snmpd.stderr()
+        reports = sanitizer_reports(snmpd.stderr())
+        assert not reports, quoted(reports)
         assert code == 0, snmpd.log()
 
 

@@ -2,10 +2,16 @@
 master and subagent at the same moment."""
 
 import copy
+import os
+import shutil
 import signal
+import socket
+import struct
+import tempfile
+import threading
 import time
 
-from conftest import SYS_UPTIME, parse_output, stop, wait_until
+from conftest import SYS_UPTIME, parse_output, patient, stop, wait_until
 from mib_rows import LAST_CHANGE, time_mark
 
 STATE = {
@@ -86,3 +92,87 @@ def test_master_and_subagent_stopped_together_exit_cleanly(start_daemon, agentx_
         log = daemon.log()
         for fault in ("_callback_lock", "netsnmp_assert", "sleeps more than"):
             assert fault not in log, f"attempt {attempt}:\n{log}"
+
+
+class MasterLeavingAtRegistration:
+    """An AgentX master on a socket of its own that opens sessions and answers pings but closes
+    the connection at the first registration it is sent: a master that goes away while the
+    subagent registers. snmpd cannot be made to stop at exactly that point, so this one does,
+    every time, at any speed."""
+
+    OPEN, CLOSE, REGISTER, RESPONSE = 1, 2, 3, 18
+    NETWORK_BYTE_ORDER = 0x10
+
+    def __init__(self, folder):
+        self.socket = os.path.join(folder, "master")
+        self.server = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        self.server.bind(self.socket)
+        self.server.listen()
+        self.server.settimeout(0.2)
+        self.registrations, self.running = 0, True
+        self.thread = threading.Thread(target=self._serve, daemon=True)
+        self.thread.start()
+
+    def _serve(self):
+        while self.running:
+            try:
+                connection, _ = self.server.accept()
+            except socket.timeout:
+                continue
+            with connection:
+                self._session(connection)
+
+    def _session(self, connection):
+        connection.settimeout(patient(10))
+        while self.running:
+            header = self._read(connection, 20)
+            if header is None:
+                return
+            _, kind, flags, _ = header[:4]
+            order = ">" if flags & self.NETWORK_BYTE_ORDER else "<"
+            session, transaction, packet, length = struct.unpack(order + "4I", header[4:])
+            if self._read(connection, length) is None:
+                return
+            if kind == self.REGISTER:
+                self.registrations += 1
+                return  # the connection closes before any answer
+            answer = struct.pack(order + "IHH", 0, 0, 0)  # sysUpTime, noAgentXError, index
+            connection.sendall(bytes([1, self.RESPONSE, flags & self.NETWORK_BYTE_ORDER, 0]) +
+                               struct.pack(order + "4I", 1 if kind == self.OPEN else session,
+                                           transaction, packet, len(answer)) + answer)
+            if kind == self.CLOSE:
+                return
+
+    @staticmethod
+    def _read(connection, size):
+        data = b""
+        while len(data) < size:
+            try:
+                chunk = connection.recv(size - len(data))
+            except (socket.timeout, OSError):
+                return None
+            if not chunk:
+                return None
+            data += chunk
+        return data
+
+    def stop(self):
+        self.running = False
+        self.thread.join()
+        self.server.close()
+
+
+def test_a_master_lost_in_the_middle_of_the_registrations_is_survived(start_daemon):
+    folder = tempfile.mkdtemp(prefix="ax-")  # socket paths are limited to ~100 bytes
+    master = MasterLeavingAtRegistration(folder)
+    try:
+        daemon = start_daemon(STATE, agentx=master.socket, ready=False)
+        assert daemon.wait_for_log("lost the master agent"), daemon.log()
+        assert master.registrations >= 1, daemon.log()
+        assert daemon.proc.poll() is None, daemon.log()
+        assert daemon.stop() == 0, daemon.log()
+        for fault in ("_callback_lock", "netsnmp_assert", "sleeps more than"):
+            assert fault not in daemon.log(), daemon.log()
+    finally:
+        master.stop()
+        shutil.rmtree(folder, ignore_errors=True)
