@@ -15,8 +15,13 @@
 #include <net-snmp/agent/agent_callbacks.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+
+#include <sys/socket.h>
+#include <sys/un.h>
 
 // net-snmp's AgentX client; its header is not installed.
 extern "C" {
@@ -54,6 +59,43 @@ std::string dotted(const std::vector<oid>& name) {
         text += (text.empty() ? "" : ".") + std::to_string(arc);
     }
     return text;
+}
+
+// net-snmp's receive on a Unix stream socket allocates the peer's address before it reads and
+// forgets it when the read fails, as it does when the master goes away with data of ours unread
+// (ECONNRESET). The master's session reads through this one instead, the same but for that.
+int receiveFromMaster(netsnmp_transport* transport, void* buffer, int size, void** opaque,
+                      int* opaqueLength) {
+    *opaque = nullptr;
+    *opaqueLength = 0;
+    if (!transport || transport->sock < 0) {
+        return -1;
+    }
+    ssize_t received;
+    do {
+        received = recv(transport->sock, buffer, static_cast<size_t>(size), MSG_DONTWAIT);
+    } while (received < 0 && errno == EINTR);
+    if (received < 0) {
+        return -1;
+    }
+    // Handed to net-snmp, which frees it with the packet (or at once at the end of the stream).
+    auto* address = static_cast<sockaddr_un*>(calloc(1, sizeof(sockaddr_un)));
+    socklen_t length = sizeof(sockaddr_un);
+    if (address &&
+        getsockname(transport->sock, reinterpret_cast<sockaddr*>(address), &length) == 0) {
+        *opaque = address;
+        *opaqueLength = sizeof(sockaddr_un);
+    } else {
+        free(address);
+    }
+    return static_cast<int>(received);
+}
+
+bool onUnixSocket(int fd) {
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    return getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0 &&
+           address.ss_family == AF_UNIX;
 }
 
 int pingInterval() {
@@ -165,6 +207,10 @@ void MasterLink::onSessionOpened(netsnmp_session* session) {
     // which would wait for the master inside the list it takes apart when the master goes.
     snmp_unregister_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_REGISTER_OID,
                              agentx_registration_callback, session->myvoid, 1);
+    netsnmp_transport* transport = snmp_sess_transport(snmp_sess_pointer(session));
+    if (transport && onUnixSocket(transport->sock)) {
+        transport->f_recv = receiveFromMaster;
+    }
     // Every AgentX response carries the master's sysUpTime; a ping is the least to ask for one.
     // It is answered before the registrations that follow on the same session.
     netsnmp_pdu* ping = snmp_pdu_create(agentxPing);

@@ -15,6 +15,9 @@
 // reconnection those stay unreachable). The subtrees are queued instead and registered after each
 // round of the event loop, outside every callback.
 //
+// Reading: the session reads through a receive of its own, which does not lose memory when the
+// master goes away with data of ours unread, as net-snmp's own does.
+//
 // Stop: the session is closed before the modules unregister, so that unregistering never waits
 // on a master that may be stopping at the same moment.
 #include <chrono>

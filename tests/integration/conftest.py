@@ -329,6 +329,9 @@ class Background:
     def __init__(self, folder, name, conf, args=(), start=True, env=None):
         self.folder = folder / name
         self.folder.mkdir()
+        # Its persistent directory, made beforehand as a package makes it: net-snmp would make
+        # the rest itself and say so.
+        (self.folder / "cert_indexes").mkdir()
         self.port = free_udp_port()
         self.conf = self.folder / f"{name}-test.conf"  # not snmpd.conf: snmpd writes that one
         self.conf.write_text(conf)
@@ -372,10 +375,14 @@ def sanitizer_preload(library):
     runtime = asan_runtime(library)
     if not runtime:
         return None
+    # The C++ runtime is loaded beside it: AddressSanitizer finds the exception thrower it
+    # intercepts when it starts, and a C program such as snmpd loads it only with the library.
+    linked = subprocess.run(["ldd", library], capture_output=True, text=True).stdout
+    cxx = re.search(r"libstdc\+\+\.so\S* => (\S+)", linked)
     # The host's own allocations still held at exit are its own business: leaks are checked
     # in lldp-snmpd, which runs the same plug-in code.
     options = os.environ.get("ASAN_OPTIONS", "")
-    return {"LD_PRELOAD": runtime,
+    return {"LD_PRELOAD": " ".join([runtime] + ([cxx.group(1)] if cxx else [])),
             "ASAN_OPTIONS": ":".join(filter(None, [options, "detect_leaks=0"]))}
 
 

@@ -123,7 +123,10 @@ def test_agentx_subagent_through_a_real_master(start_daemon, agentx_master, trap
         return proc.returncode == 0 and as_dict(parse_output(proc.stdout)) == \
             expected_scalars(STATE)
 
-    time.sleep(2.5)  # the subagent tries a few times, quietly, before the master is there
+    # The subagent tries a few times, quietly, before the master is there (counted from its
+    # first try: a sanitized daemon takes seconds to get there).
+    assert daemon.wait_for_log("AgentX: no master agent"), daemon.log()
+    time.sleep(2.5)
     master.start()
     assert wait_until(served, 10.0), daemon.log()
     master.stop()
