@@ -129,6 +129,8 @@ def test_agentx_subagent_through_a_real_master(start_daemon, agentx_master, trap
     time.sleep(2.5)
     master.start()
     assert wait_until(served, 10.0), daemon.log()
+    # Stopped once every subtree is registered, not while the last ones still are.
+    assert daemon.wait_for_log("AgentX: registered with the master agent"), daemon.log()
     master.stop()
     time.sleep(1.5)
     master.start()
