@@ -17,11 +17,12 @@ public:                                                                         
 private:                                                                                           \
     Type name##_{};
 
-// One hashed collection attribute: const access to the map, a setter taking the member's key
-// and value, and a delete; the reactors hear on<Name>(key) for each member that changed.
-#define ZIM_HASHED_COLLECTION(Key, Value, name, Name)                                              \
+// One collection attribute held in Map<Key, Value>: const access to the map, a setter taking
+// the member's key and value, and a delete; the reactors hear on<Name>(key) for each member
+// that changed.
+#define ZIM_COLLECTION(Map, Key, Value, name, Name)                                                \
 public:                                                                                            \
-    const ::Zim::HashMap<Key, Value>& name() const noexcept {                                      \
+    const ::Zim::Map<Key, Value>& name() const noexcept {                                          \
         return name##_;                                                                            \
     }                                                                                              \
     void name##Is(const Key& key, const Value& value) {                                            \
@@ -34,23 +35,10 @@ public:                                                                         
     }                                                                                              \
                                                                                                    \
 private:                                                                                           \
-    ::Zim::HashMap<Key, Value> name##_;
+    ::Zim::Map<Key, Value> name##_;
 
-// The same for a collection of a few members per entity (a neighbour's sub-tables), kept in one
-// sorted array.
-#define ZIM_SMALL_COLLECTION(Key, Value, name, Name)                                               \
-public:                                                                                            \
-    const ::Zim::FlatMap<Key, Value>& name() const noexcept {                                      \
-        return name##_;                                                                            \
-    }                                                                                              \
-    void name##Is(const Key& key, const Value& value) {                                            \
-        if (name##_.set(key, value))                                                               \
-            notifiees_.notify([&](Notifiee& n) { n.on##Name(key); });                              \
-    }                                                                                              \
-    void name##Del(const Key& key) {                                                               \
-        if (name##_.erase(key))                                                                    \
-            notifiees_.notify([&](Notifiee& n) { n.on##Name(key); });                              \
-    }                                                                                              \
-                                                                                                   \
-private:                                                                                           \
-    ::Zim::FlatMap<Key, Value> name##_;
+// A hashed collection, and one of a few members per entity (a neighbour's sub-tables) kept in
+// one sorted array.
+#define ZIM_HASHED_COLLECTION(Key, Value, name, Name)                                              \
+    ZIM_COLLECTION(HashMap, Key, Value, name, Name)
+#define ZIM_SMALL_COLLECTION(Key, Value, name, Name) ZIM_COLLECTION(FlatMap, Key, Value, name, Name)
