@@ -77,7 +77,6 @@ Zim::String8 readIdOctets(const Json& j, const std::string& path, bool isMac);
 Zim::String8 readAddress(const Json& j, const std::string& path, int32_t family);
 // Dotted sub-identifiers, as net-snmp will have to encode them.
 Zim::String8 readOid(const Json& j, const std::string& path);
-// "00-12-bb", "00:12:bb", {"hex": "0012bb"} or a number.
 // While one lives, equal texts read on this thread share one string: many neighbours send the
 // same system description, port description or VLAN name.
 class SharedTexts {
@@ -96,6 +95,7 @@ private:
 // The bytes as a string, the one already read when a SharedTexts lives and has them.
 Zim::String8 sharedText(std::string_view bytes);
 
+// "00-12-bb", "00:12:bb", {"hex": "0012bb"} or a number.
 Lldp::Oui readOui(const Json& j, const std::string& path);
 // A number or "0x6c00".
 uint16_t readU16(const Json& j, const std::string& path);
